@@ -1,0 +1,37 @@
+# Language level, warnings, sanitizers and ccache for every target of the project.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(ONDREL_CCACHE ccache)
+if(ONDREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${ONDREL_CCACHE}")
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(ONDREL_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(ONDREL_SANITIZE)
+  add_compile_options(-fsanitize=${ONDREL_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ONDREL_SANITIZE})
+endif()
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+pkg_check_modules(URING REQUIRED IMPORTED_TARGET liburing)
+
+# ondrel_layer(NAME SOURCES file ... [LIBRARIES target ...])
+# One folder of ondrel/ as an object library: the shared libraries are made of them, and tests link
+# them directly, so that they reach what the libraries keep hidden.
+function(ondrel_layer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_library(ondrel_${name} OBJECT ${ARG_SOURCES})
+  target_include_directories(ondrel_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(ondrel_${name} PUBLIC ${ARG_LIBRARIES})
+endfunction()

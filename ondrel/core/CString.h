@@ -1,0 +1,24 @@
+// C-string services: comparison, search and bounded copy of NUL-terminated 8-bit texts.
+#ifndef ONDREL_CORE_CSTRING_H
+#define ONDREL_CORE_CSTRING_H
+
+#include "ondrel/platform/Export.h"
+
+namespace Ondrel {
+
+// Compares exactly, byte by byte: 0 when equal, negative when `a` sorts first by unsigned byte
+// values, positive when it sorts after.
+ONDREL_EXPORT int strcom(const char* a, const char* b);
+
+// The byte offset of the first place in `text` where `pattern` stands, ignoring case, or -1. An
+// empty pattern stands at 0. Case is that of the platform's C-string encoding: of every letter
+// where it is UTF-8 or a single-byte encoding, of ASCII letters in any other.
+ONDREL_EXPORT long strseaign(const char* text, const char* pattern);
+
+// Copies at most `size` - 1 bytes and terminates; answers the bytes copied. It cuts between bytes,
+// and writes nothing when `size` is below 1. The buffers may overlap.
+ONDREL_EXPORT int strmovlen(const char* src, char* dst, int size);
+
+}  // namespace Ondrel
+
+#endif

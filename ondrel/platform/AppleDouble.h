@@ -1,0 +1,96 @@
+// The AppleDouble format, as bytes in memory: parsing what anyone wrote, and composing what macOS
+// itself writes on foreign volumes. Internal to libOndrel; Sidecar.h keeps these bytes beside
+// files.
+//
+// Origin: "AppleSingle/AppleDouble Formats for Foreign Files, Developer's Note" (1990), and for the
+// padded home text the files of macOS. All integers are big-endian.
+//
+//   offset  size  meaning
+//        0     4  magic 0x00051607
+//        4     4  version 0x00010000 or 0x00020000
+//        8    16  home file system ("Mac OS X        " in what we write)
+//       24     2  number of entries
+//       26    12  per entry: id, offset from the start of the file, length
+//
+// What we write has two entries, Finder Info (id 9) of 32 bytes at 50 and the resource fork (id 2)
+// at 82 to the end. A file with type TEXT, creator ttxt and no fork is
+//   00 05 16 07 00 02 00 00  4D 61 63 20 4F 53 20 58  20 20 20 20 20 20 20 20  00 02
+//   00 00 00 09 00 00 00 32  00 00 00 20   00 00 00 02 00 00 00 52  00 00 00 00
+//   54 45 58 54 74 74 78 74  and 24 zero bytes.
+#ifndef ONDREL_PLATFORM_APPLEDOUBLE_H
+#define ONDREL_PLATFORM_APPLEDOUBLE_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "ondrel/platform/Types.h"
+
+namespace Ondrel {
+
+// The 32 bytes that the Finder keeps of a file.
+//
+//   offset  size  meaning
+//        0     4  type
+//        4     4  creator
+//        8     2  Finder flags
+//       10    22  place in the window, and more that we keep as it is
+struct FinderInfo {
+    std::array<unsigned char, 32> bytes{};
+
+    FourCC Type() const;
+    FourCC Creator() const;
+    std::uint16_t Flags() const;
+    void SetType(FourCC type);
+    void SetCreator(FourCC creator);
+    void SetFlags(std::uint16_t flags);
+    bool IsEmpty() const;  // all bytes 0
+};
+
+inline constexpr std::uint16_t kFinderFlagIsAlias = 0x8000;
+inline constexpr std::uint16_t kFinderFlagHasCustomIcon = 0x0400;
+
+// A parsed AppleDouble file. It holds the bytes; what it answers are views into them, valid until
+// the object is changed.
+class AppleDouble {
+ public:
+    // An empty Finder Info and an empty resource fork, as we write them.
+    AppleDouble();
+
+    // Reads bytes of anyone's making: versions 1 and 2, entries in any order and of any kind, a
+    // Finder Info longer than 32 bytes, no Finder Info, no fork. Nothing when the bytes are no
+    // AppleDouble file or an entry lies outside of them.
+    static std::optional<AppleDouble> Parse(std::string bytes);
+
+    const std::string& Bytes() const { return bytes_; }
+
+    FinderInfo GetFinderInfo() const;          // empty where there is none
+    std::string_view GetResourceFork() const;  // empty where there is none
+
+    // Change one part; every other byte of every entry stays as it was, though it may move. A
+    // missing entry is added.
+    void SetFinderInfo(const FinderInfo& info);
+    void SetResourceFork(std::string_view fork);
+
+    // Nothing in it that anyone would miss: no entry but an empty Finder Info of 32 bytes and an
+    // empty fork.
+    bool IsEmpty() const;
+
+ private:
+    struct Entry {
+        std::uint32_t id;
+        std::uint32_t offset;
+        std::uint32_t length;
+    };
+    explicit AppleDouble(std::string bytes) : bytes_(std::move(bytes)) {}
+    std::optional<Entry> Find(std::uint32_t id) const;
+
+    std::string bytes_;
+};
+
+}  // namespace Ondrel
+
+#endif

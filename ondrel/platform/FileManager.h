@@ -1,0 +1,147 @@
+// The File Manager: references to items on disk, and forks of files opened by number, read and
+// written at positions. This is the header that the layers above include; it knows nothing of them.
+//
+// Contracts that hold for every call here:
+//  - The result is noErr or a code of Errors.h; no call raises, throws or prints.
+//  - After a failure outputs are as they were, unless a call says otherwise.
+//  - A file's data fork is the file. Its resource fork, codes and Finder flags live in the sidecar
+//    "._name" beside it.
+//  - The calls may be made from several threads at once; one fork, and one request, belong to one
+//    thread at a time.
+#ifndef ONDREL_PLATFORM_FILEMANAGER_H
+#define ONDREL_PLATFORM_FILEMANAGER_H
+
+#include <string>
+
+#include "ondrel/platform/Errors.h"
+#include "ondrel/platform/Export.h"
+#include "ondrel/platform/Types.h"
+
+namespace Ondrel {
+
+// --- References ---------------------------------------------------------------------------------
+
+// An opaque reference to an existing item: the item itself, never the target of a link. It holds no
+// resource and may be copied as bytes. It goes on naming its item when the item is renamed within
+// its folder, and is refused with fnfErr when the item is gone.
+struct FSRef {
+    unsigned char hidden[80];
+};
+static_assert(sizeof(FSRef) == 80);
+
+// The reference of the item at a full POSIX path (UTF-8, or any bytes that the host takes).
+ONDREL_EXPORT OSErr FSPathMakeRef(const char* path, FSRef* ref);
+
+// The full POSIX path that the item has now.
+ONDREL_EXPORT OSErr FSRefMakePath(const FSRef* ref, std::string* path);
+
+// If the item is an alias (a symbolic link, or a Finder alias file whose target can be found on the
+// mounted volumes), `*ref` becomes its target. `resolveChains`: go on until something that is no
+// alias. `*targetIsFolder` tells of what `*ref` names at the end; `*wasAliased` is true for every
+// alias, also for one that leads nowhere: then the result is fnfErr and `*ref` still names the
+// alias.
+ONDREL_EXPORT OSErr FSResolveAliasFile(FSRef* ref, bool resolveChains, bool* targetIsFolder,
+                                       bool* wasAliased);
+
+// --- Forks --------------------------------------------------------------------------------------
+
+// A counted UTF-16 name of at most 255 units.
+struct HFSUniStr255 {
+    UniChar length;
+    UniChar unicode[255];
+};
+
+// Permissions of FSOpenFork.
+inline constexpr signed char fsRdPerm = 1;    // read
+inline constexpr signed char fsWrPerm = 2;    // write
+inline constexpr signed char fsRdWrPerm = 3;  // read and write
+
+// Position modes: where a position counts from. pleaseSpareCacheMask may be added to any of them;
+// it is a wish, granted where host and file system can (see docs/performance.md).
+inline constexpr unsigned short fsAtMark = 0;     // the fork's own position; the offset is ignored
+inline constexpr unsigned short fsFromStart = 1;  // the start of the fork
+inline constexpr unsigned short fsFromLEOF = 2;   // the end of the fork
+inline constexpr unsigned short fsFromMark = 3;   // the fork's own position
+inline constexpr unsigned short pleaseSpareCacheMask = 32;
+
+// The name of the data fork: empty.
+ONDREL_EXPORT OSErr FSGetDataForkName(HFSUniStr255* name);
+
+// Opens a fork of the file that `ref` names, through a symbolic link its target. The number in
+// `*forkRefNum` is positive and stays taken until FSCloseFork; 0 is never a fork.
+// fnfErr: no such file, or a folder. permErr: not allowed, also for reading. opWrErr: opened for
+// writing while another writer has it, in this process or in another that uses this library; a
+// reader is never refused because of a writer. wPrErr: for writing on a read-only volume.
+// tmfoErr: no descriptor or number left. paramErr: no fork has this name, or a permission beyond 3.
+ONDREL_EXPORT OSErr FSOpenFork(const FSRef* ref, UniCharCount forkNameLength,
+                               const UniChar* forkName, signed char permissions, short* forkRefNum);
+
+// Closes the fork. The number is free afterwards, whatever the result. rfNumErr: not open; this is
+// the answer of every call below to a number that is not open.
+ONDREL_EXPORT OSErr FSCloseFork(short forkRefNum);
+
+ONDREL_EXPORT OSErr FSGetForkSize(short forkRefNum, std::int64_t* size);
+
+// The fork's own position, which FSWriteFork moves and the requests below use with fsAtMark and
+// fsFromMark. posErr: a position before the start; the position stays. A position behind the end is
+// allowed.
+ONDREL_EXPORT OSErr FSSetForkPosition(short forkRefNum, unsigned short positionMode,
+                                      std::int64_t positionOffset);
+ONDREL_EXPORT OSErr FSGetForkPosition(short forkRefNum, std::int64_t* position);
+
+// Writes `requestCount` bytes and leaves the fork's position behind the last byte written. A short
+// transfer is continued; `*actualCount` (may be null) is what arrived, also after a failure.
+ONDREL_EXPORT OSErr FSWriteFork(short forkRefNum, unsigned short positionMode,
+                                std::int64_t positionOffset, std::size_t requestCount,
+                                const void* buffer, std::size_t* actualCount);
+
+// --- Asynchronous transfers ---------------------------------------------------------------------
+
+// A request for one transfer. The caller owns it and the buffer, and keeps both in place until the
+// request has finished. Zero-filled is a valid request that has finished with noErr.
+struct FSForkIOParam {
+    void (*ioCompletion)(FSForkIOParam*);  // must be null: no completion routine is ever called
+    volatile short ioResult;               // kRequestInProgress until finished; read it through
+                                           // PBForkResult, which makes it move
+    short forkRefNum;
+    unsigned short positionMode;
+    bool readAhead;  // reads: the bytes are not wanted yet, see PBReadForkAsync
+    std::int64_t positionOffset;
+    std::size_t requestCount;  // bytes
+    std::size_t actualCount;   // bytes that arrived; valid when finished
+    void* buffer;
+};
+
+inline constexpr short kRequestInProgress = 1;
+
+// Starts a read. What the page cache holds arrives inside the call; what must come from the disk is
+// left to the kernel (io_uring), or read in the call where that is missing. With `readAhead` set
+// the transfer may be put off until PBForkResult or PBWaitFork asks for it. The result is also
+// stored in ioResult, unless the request is still in progress. eofErr: the end of the fork was met,
+// and actualCount is what there was. A failed transfer has actualCount 0.
+ONDREL_EXPORT OSErr PBReadForkAsync(FSForkIOParam* request);
+
+// Starts a write; it is finished when the call returns. A short transfer is continued until it is
+// complete or failed; a failed one has the count that arrived in actualCount.
+ONDREL_EXPORT OSErr PBWriteForkAsync(FSForkIOParam* request);
+
+// The request's result, or kRequestInProgress. Looking makes progress: what the kernel has finished
+// is taken in, and a read that was put off is started.
+ONDREL_EXPORT short PBForkResult(FSForkIOParam* request);
+
+// Waits until the request has finished, without burning the processor, and answers its result.
+ONDREL_EXPORT short PBWaitFork(FSForkIOParam* request);
+
+// Makes sure that the request is no longer in progress: a read that was put off is dropped at no
+// cost (noErr, actualCount 0), one under way is waited for.
+ONDREL_EXPORT void PBDropFork(FSForkIOParam* request);
+
+// --- Durability ---------------------------------------------------------------------------------
+
+// Brings the file at a full POSIX path, and the folder entry that names it, to the disk. Nothing
+// else of the volume is flushed.
+ONDREL_EXPORT OSErr FSFlushFile(const char* path);
+
+}  // namespace Ondrel
+
+#endif

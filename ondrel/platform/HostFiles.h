@@ -1,0 +1,116 @@
+// Items of the host's file system by POSIX path: what they are, making, deleting and renaming them
+// together with their sidecars. Internal to libOndrel: core is built on it, nobody else calls it.
+//
+// Paths are the host's own bytes, absolute. A failure is a code of Errors.h and leaves everything
+// as it was, also when the second of two steps fails.
+#ifndef ONDREL_PLATFORM_HOSTFILES_H
+#define ONDREL_PLATFORM_HOSTFILES_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "ondrel/platform/Errors.h"
+#include "ondrel/platform/Types.h"
+
+namespace Ondrel::Host {
+
+enum class ItemKind : unsigned char { kNone, kFile, kFolder, kLink, kOther };
+
+struct ItemStatus {
+    ItemKind kind = ItemKind::kNone;
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t size = 0;  // bytes of the data fork
+};
+
+// The status of the item itself; a link is kLink. fnfErr: nothing there.
+OSErr GetItemStatus(const char* path, ItemStatus* status);
+
+// The status of what a path leads to in the end, links followed; never kLink.
+OSErr GetTargetStatus(const char* path, ItemStatus* status);
+
+// The modification time in seconds since 1970-01-01, links followed. The result is 0 or the host's
+// own error number, for callers that hand it on.
+int GetModificationTime(const char* path, std::int64_t* seconds);
+
+// Makes an empty file. dupFNErr: an item is there already, and is left alone. Codes that are not
+// both 0 are stored with it; a sidecar left behind by a file long gone does not become its own.
+OSErr CreateFile(const char* path, FourCC creator, FourCC type);
+
+// Deletes a file or link and its sidecar. fnfErr: nothing there, or a folder, which stays. fBsyErr:
+// a fork of it is open in this process, or open for writing in another that uses this library.
+OSErr DeleteFile(const char* path);
+
+enum class WhenTargetExists { kRefuse, kReplace };
+
+// Renames or moves an item within its file system, its sidecar with it. kRefuse: an existing target
+// gives dupFNErr and nothing changes. kReplace: the target is replaced in one step. A sidecar of
+// the target never stays to be taken for the item's own.
+OSErr RenameItem(const char* from, const char* to, WhenTargetExists policy);
+
+// Makes a folder of the given permission bits. dupFNErr: something is there already.
+OSErr CreateFolder(const char* path, unsigned int mode);
+
+// --- Folders ------------------------------------------------------------------------------------
+
+// Reads the entries of one folder in the order of the host, each once, with a few large transfers.
+// "." and "..", and sidecars whose partner is there, are left out.
+class FolderReader {
+ public:
+    FolderReader() = default;
+    ~FolderReader();
+    FolderReader(const FolderReader&) = delete;
+    FolderReader& operator=(const FolderReader&) = delete;
+    FolderReader(FolderReader&& other) noexcept;
+    FolderReader& operator=(FolderReader&& other) noexcept;
+
+    // Starts at the first entry; may be called again, also for another folder.
+    OSErr Open(const char* path);
+
+    // Moves to the next entry; false at the end and after a failure.
+    bool Next();
+
+    // The current entry: its name as stored (it stays valid until the next call of Next), and its
+    // kind as the folder knows it, kNone where the file system does not tell.
+    std::string_view Name() const { return name_; }
+    ItemKind Kind() const { return kind_; }
+
+ private:
+    void Close();
+    bool Refill();
+    bool HasPartner(std::string_view sidecarName) const;
+
+    int fd_ = -1;
+    std::size_t position_ = 0;
+    std::size_t filled_ = 0;
+    std::string buffer_;
+    std::string_view name_;
+    ItemKind kind_ = ItemKind::kNone;
+};
+
+// --- Small services -----------------------------------------------------------------------------
+
+// The target text of a symbolic link.
+OSErr ReadLink(const char* path, std::string* target);
+
+// The folder of the running program. Empty where the host does not tell.
+std::string ProgramFolder();
+
+// The path with every link in it followed. fnfErr: it leads nowhere.
+OSErr RealPath(const char* path, std::string* real);
+
+// The folder for temporary items: "TemporaryItems-<uid>" in $TMPDIR or /tmp. With `create` it is
+// made where it is missing, with permission 0700. permErr: something stands there that is not a
+// folder of ours, or that others may enter; it is left alone.
+OSErr TemporaryItemsFolder(bool create, std::string* path);
+
+// Sixtieths of a second of a clock that never goes back.
+std::uint32_t MonotonicTicks();
+
+// Puts the calling thread to sleep, also across signals.
+void SleepMilliseconds(int milliseconds);
+
+}  // namespace Ondrel::Host
+
+#endif

@@ -1,0 +1,38 @@
+// The sidecar of a file: the AppleDouble file "._name" beside it, which holds its codes, Finder
+// flags and resource fork. Internal to libOndrel.
+//
+// Invariants: a sidecar is replaced in one step, so that a reader and a crash meet the old or the
+// new one, whole; its permission is never wider than that of its file; a file with neither codes
+// nor fork has none; one that we cannot read as AppleDouble is never overwritten (mapReadErr).
+#ifndef ONDREL_PLATFORM_SIDECAR_H
+#define ONDREL_PLATFORM_SIDECAR_H
+
+#include <string>
+#include <string_view>
+
+#include "ondrel/platform/AppleDouble.h"
+#include "ondrel/platform/Errors.h"
+
+namespace Ondrel::Host {
+
+// "/a/._b" for "/a/b".
+std::string SidecarPath(std::string_view path);
+
+// True for "._name" with a name behind the mark.
+bool IsSidecarName(std::string_view name);
+
+// The sidecar of a file; an empty one where there is none. mapReadErr: what is there is no
+// AppleDouble file.
+OSErr ReadSidecar(const char* path, AppleDouble* sidecar);
+
+// Makes `sidecar` the sidecar of the file at `path`, or takes the file's sidecar away when it is
+// empty.
+OSErr WriteSidecar(const char* path, const AppleDouble& sidecar);
+
+// The Finder Info of a file; empty where there is none.
+OSErr ReadFinderInfo(const char* path, FinderInfo* info);
+OSErr WriteFinderInfo(const char* path, const FinderInfo& info);
+
+}  // namespace Ondrel::Host
+
+#endif

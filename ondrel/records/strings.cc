@@ -1,0 +1,2 @@
+// Strings stored in documents.
+#include "ondrel/records/strings.h"
