@@ -26,12 +26,16 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 pkg_check_modules(URING REQUIRED IMPORTED_TARGET liburing)
 
-# ondrel_layer(NAME SOURCES file ... [LIBRARIES target ...])
+# ondrel_layer(NAME HEADERS file ... SOURCES file ... [LIBRARIES target ...])
 # One folder of ondrel/ as an object library: the shared libraries are made of them, and tests link
-# them directly, so that they reach what the libraries keep hidden.
+# them directly, so that they reach what the libraries keep hidden. HEADERS are the folder's public
+# headers, the ones that are installed; every other header is internal and says so in its first
+# comment.
 function(ondrel_layer name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES;LIBRARIES" ${ARGN})
   add_library(ondrel_${name} OBJECT ${ARG_SOURCES})
   target_include_directories(ondrel_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
   target_link_libraries(ondrel_${name} PUBLIC ${ARG_LIBRARIES})
+  list(TRANSFORM ARG_HEADERS PREPEND "ondrel/${name}/")
+  set_property(GLOBAL APPEND PROPERTY ONDREL_PUBLIC_HEADERS ${ARG_HEADERS})
 endfunction()
