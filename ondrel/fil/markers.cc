@@ -1,0 +1,43 @@
+// Length markers: placeholders that are patched once the length of their block is known.
+#include "ondrel/fil/fil.h"
+
+namespace Ondrel {
+
+int filwripos(fil* f) {
+    const int position = filpos(f);
+    (void)filwri32(f, 0);
+    return position;
+}
+
+int filwrilen(fil* f, int markerPosition) {
+    const int end = filpos(f);
+    (void)filpos(f, markerPosition);
+    (void)filwri32(f, end - markerPosition - 4);
+    return filpos(f, end);
+}
+
+int filreapos(fil* f) {
+    const int length = filrea32(f);
+    // The sum of a hostile length wraps instead of overflowing.
+    return static_cast<int>(static_cast<unsigned int>(filpos(f)) +
+                            static_cast<unsigned int>(length));
+}
+
+int filwripos16(fil* f) {
+    if (filwri8(f, 0) >= 0) (void)filwri8(f, 0);
+    return filpos(f);
+}
+
+bool filwrilen16(fil* f, int afterMarker) {
+    constexpr int kLongest = 65535;
+    const int end = filpos(f);
+    (void)filpos(f, afterMarker - 2);
+    const int length = end - afterMarker;
+    const bool fits = length <= kLongest;
+    const int stored = fits ? length : 0;
+    if (filwri8(f, stored >> 8) >= 0) (void)filwri8(f, stored);
+    (void)filpos(f, fits ? end : afterMarker);
+    return fits;
+}
+
+}  // namespace Ondrel

@@ -1,0 +1,126 @@
+// Opening: the entry points differ only in how they fill in the path of the file and what may stand
+// at it; the tail functions do the rest.
+#include "ondrel/core/FileSpecFunctions.h"
+#include "ondrel/core/FileType.h"
+#include "ondrel/fil/record.h"
+#include "ondrel/fil/transfers.h"
+
+namespace Ondrel {
+namespace {
+
+// What filsavtail does with the name before it opens the fork.
+enum : int { kCreate = 0, kDeleteAndCreate = 1, kKeep = 2 };
+
+int OpenResolved(fil* f) {
+    (void)f->sys->resolveAlias();
+    const int result = filopetail(f, 0);
+    if (result != 0) ReleaseRecord(f);
+    return result;
+}
+
+// Deletes and creates as `how` says; a platform error code.
+short PrepareFile(const sysinfrec* sys, int how, unsigned int typeId) {
+    FileSpec spec;
+    sys->getFileSpec(spec);
+    FileSpecFunctions functions;
+    if (how != kCreate && spec.DoesExist() && !functions.DeleteFile(spec, false))
+        return functions.errorCode;
+    (void)functions.CreateFileWithType(spec, GetFileTypeForIdentifier(typeId));
+    return functions.errorCode;
+}
+
+short OpenDataFork(sysinfrec* sys, const FSRef& ref, signed char permission) {
+    HFSUniStr255 name;
+    if (const short code = FSGetDataForkName(&name); code != noErr) return code;
+    return FSOpenFork(&ref, name.length, name.unicode, permission, &sys->forkRef);
+}
+
+int FailSaving(sysinfrec* sys, short code) {
+    sys->error = code;
+    return Fail(sys->errorContext, -1);
+}
+
+}  // namespace
+
+int filope(fil* f, errtyp* e, const filref& ref) {
+    if (!AttachRecord(f, e)) return Fail(e, -1);
+    const int result = f->sys->setFilref(ref, filRefResolve);
+    lasterror = static_cast<short>(result);
+    f->sys->error = static_cast<short>(result);
+    if (result != 0) return Fail(e, -1);
+    return OpenResolved(f);
+}
+
+int openFile(fil* f, errtyp* e, const FileSpec& spec) {
+    if (!AttachRecord(f, e)) return Fail(e, -1);
+    f->sys->setFileSpec(spec);
+    return OpenResolved(f);
+}
+
+int filopetail(fil* f, int readWrite) {
+    sysinfrec* const sys = f->sys;
+    sys->forkSize = -1;
+    FSRef ref;
+    // A missing file is an everyday answer and not raised.
+    if (const short code = sys->getFSRef(ref); code != noErr) return code;
+    const short code = OpenDataFork(sys, ref, readWrite != 0 ? fsRdWrPerm : fsRdPerm);
+    if (code != noErr) {
+        sys->error = code;
+        return Fail(sys->errorContext, code == opWrErr || code == permErr ? -3 : -1);
+    }
+    sys->resourceRef = 0;
+    sys->mode = kFilModeRead;
+    sys->error = noErr;
+    sys->position1 = 0;
+    sys->position2 = kFilNoPosition;
+    read1(sys, sys->buffer1, kFilBufferSize);
+    // Buffer 2 counts as consumed, so that the first read switches to buffer 1.
+    f->cursor = sys->buffer2 + kFilBufferSize;
+    return 0;
+}
+
+int filsav(fil* f, errtyp* e, const filref* ref, unsigned int typeId) {
+    if (!AttachRecord(f, e)) return Fail(e, -1);
+    const int result = ref == nullptr ? -1 : f->sys->setFilref(*ref, filRefResolve);
+    f->sys->error = static_cast<short>(result);
+    if (result != 0 && result != fnfErr) return Fail(e, -1);
+    return filsavtail(f, result == 0 ? kDeleteAndCreate : kCreate, typeId);
+}
+
+int saveFile(fil* f, errtyp* e, const FileSpec& spec, unsigned int typeId) {
+    if (!AttachRecord(f, e)) return Fail(e, -1);
+    f->sys->setFileSpec(spec);
+    return filsavtail(f, kDeleteAndCreate, typeId);
+}
+
+int filsavmod(fil* f, errtyp* e, const filref& ref) {
+    if (!AttachRecord(f, e)) return Fail(e, -1);
+    const int result = f->sys->setFilref(ref, filRefResolve);
+    f->sys->error = static_cast<short>(result);
+    if (result != 0) return Fail(e, -1);
+    return filsavtail(f, kKeep, 0);
+}
+
+int filsavtail(fil* f, int how, unsigned int typeId) {
+    sysinfrec* const sys = f->sys;
+    if (how != kKeep) {
+        const short code = PrepareFile(sys, how, typeId);
+        if (code != noErr) return FailSaving(sys, code);
+    }
+    FSRef ref;
+    if (const short code = sys->getFSRef(ref); code != noErr) return FailSaving(sys, code);
+    if (const short code = OpenDataFork(sys, ref, fsWrPerm); code != noErr)
+        return FailSaving(sys, code);
+    sys->resourceRef = 0;
+    sys->forkSize = -1;
+    sys->mode = kFilModeWrite;
+    sys->error = noErr;
+    sys->position1 = 0;
+    sys->position2 = kFilNoPosition;
+    sys->tailLength = 0;
+    f->count = kFilBufferSize;
+    f->cursor = sys->buffer1;
+    return 0;
+}
+
+}  // namespace Ondrel
