@@ -81,7 +81,7 @@ struct ONDREL_EXPORT filref {
 
     // To 16-bit text in Mac or Windows syntax; `out` holds kFilrefSize units. 0, also when it could
     // not be resolved, or -1, `out` empty, for a null or empty reference. Any other format leaves
-    // `out` empty.
+    // `out` empty, and so does a text that is not UTF-8.
     int ToUnicode(std::uint16_t* out, int flags, filRefFormat format) const;
 
     // The unresolved path as UTF-8, with ":x" at its end cut to ":". lasterror becomes 0.

@@ -1,9 +1,11 @@
 // The generic path syntax: slashes, the same on every platform, and the ways from and to the local
 // syntaxes.
 //
-//   /Disk/Dir/File     absolute; the first component is the volume, or a drive with its colon
-//   (/C:/x) Dir/File           relative; ../ is a parent step, ./ at the start is dropped Disk/a\/b
-//   a '\' takes the next byte as it is Dir/               a '/' at the end marks a folder
+//   /Disk/Dir/File   absolute; the first component is the volume, or a drive with its colon
+//                    (/C:/x)
+//   Dir/File         relative; "../" is a parent step, "./" at the start is dropped
+//   /Disk/a\/b       a '\' takes the next byte as it is
+//   Dir/             a '/' at the end marks a folder
 //
 // In Mac syntax parent steps are pairs of colons at the start of a relative path here: "::a" is one
 // level up, "::::a" two.
@@ -36,9 +38,10 @@ ONDREL_EXPORT bool GenericPathToMacPath(const char* generic, char* out, std::siz
 ONDREL_EXPORT bool filrefToGeneric(const filref& ref, std::string& out);
 ONDREL_EXPORT bool GenericPathToFilref(const std::string& generic, filref& ref);
 
-// Splits a local path into its components; an empty one at the start marks a relative path, one at
-// the end a folder. Answers their number; -1 for an empty text, one of more than 1024 bytes
-// (`parts` is left alone then) and an unknown format.
+// Splits a local path into the components of its generic form; an empty one at the start marks a
+// relative path, one at the end a folder. Every '/' of that form parts, also an escaped one: "a/b"
+// as a Mac name gives "a\" and "b". Answers their number; -1 for an empty text or one of more than
+// 1024 bytes, `parts` then left alone, and for a path or format that has no generic form.
 ONDREL_EXPORT int breakFilePath(const std::string& path, std::vector<std::string>& parts,
                                 filRefFormat format);
 

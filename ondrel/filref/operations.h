@@ -33,9 +33,9 @@ ONDREL_EXPORT int filrefnew(filref* out, const fil* f);
 //                           /Disk/dir/f      Disk:dir:f
 //                           C:\dir\f         C::dir:f
 //
-// 0 with lasterror 0. 1 for a null name; 1, `out` cleared, for a relative name and a folder without
-// text; 1 with lasterror -108 without memory. A result of more than 1023 bytes is cut, and "filref
-// buffer overflow Quit!" reported through `debug`; the result is still 0.
+// 0 with lasterror 0. 1 for a null name; 1, `out` cleared, for a relative name and a null folder or
+// one that is null inside; 1 with lasterror -108 without memory. A result of more than 1023 bytes
+// is cut, and "filref buffer overflow Quit!" reported through `debug`; the result is still 0.
 ONDREL_EXPORT int filrefnew(filref* out, const filref* folder, const char* name,
                             bool macSyntaxOnly);
 
@@ -68,8 +68,8 @@ ONDREL_EXPORT int fileModificationDate(const FileSpec& spec, unsigned int& date)
 ONDREL_EXPORT int filrename(const filref& from, const filref& to);
 
 // Re-encode a reference's text from the platform's C-string encoding to UTF-8, and back. 0; -1 when
-// `in` has no text, `out` unchanged; -1 with lasterror -108 without memory. `in` and `out` may be
-// the same.
+// `in` has no text, `out` unchanged. Without memory lasterror is -108 and `out` null; only the
+// second then answers -1. `in` and `out` may be the same.
 ONDREL_EXPORT int platformFilRefToUTF8(const filref* in, filref* out);
 ONDREL_EXPORT int utf8FilRefToPlatform(const filref* in, filref* out);
 
