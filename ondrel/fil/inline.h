@@ -1,12 +1,11 @@
 // The fast paths of the streams: a decrement, a test and a byte access on `cursor` and `count`, and
-// nothing else. The slow paths depend on `count` having been decreased first. Included by fil.h.
+// nothing else. The slow paths depend on `count` having been decreased first. The last part of fil.h,
+// which includes it at its end: include that.
 //
 // Each works on a local copy of the cursor and stores it back once: a store through the cursor may
 // alias the handle itself, so that the compiler would otherwise load both fields again.
 #ifndef ONDREL_FIL_INLINE_H
 #define ONDREL_FIL_INLINE_H
-
-#include "ondrel/fil/fil.h"
 
 namespace Ondrel {
 
