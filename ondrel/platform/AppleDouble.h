@@ -21,11 +21,14 @@
 #define ONDREL_PLATFORM_APPLEDOUBLE_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "ondrel/platform/Types.h"
 
@@ -53,10 +56,39 @@ struct FinderInfo {
 inline constexpr std::uint16_t kFinderFlagIsAlias = 0x8000;
 inline constexpr std::uint16_t kFinderFlagHasCustomIcon = 0x0400;
 
+// One entry of the table: where the bytes of one kind lie. An empty one may have any offset.
+struct AppleDoubleEntry {
+    std::uint32_t id;
+    std::uint32_t offset;
+    std::uint32_t length;
+};
+
+inline constexpr std::uint32_t kEntryResourceFork = 2;
+inline constexpr std::uint32_t kEntryFinderInfo = 9;
+
+inline constexpr std::size_t kFinderInfoSize = 32;
+
+// Reads the entry table from the start of a file of `fileSize` bytes. Nothing when the bytes are
+// no AppleDouble file, when the table does not lie in `start`, or when an entry that is not empty
+// lies outside of the file or on the table.
+std::optional<std::vector<AppleDoubleEntry>> ReadAppleDoubleTable(std::string_view start,
+                                                                  std::uint64_t fileSize);
+
+// The first entry of a kind; null where there is none.
+const AppleDoubleEntry* FindEntry(std::span<const AppleDoubleEntry> entries, std::uint32_t id);
+
 // A parsed AppleDouble file. It holds the bytes; what it answers are views into them, valid until
-// the object is changed.
+// the object is changed. Where a kind has more than one entry, the first counts.
+//
+// The other entries never move, because the extended attributes that macOS keeps behind the Finder
+// Info count from the start of the file: what grows goes to the end, and the fork behind it. Only
+// when an entry has to be added, and the table has no room, do all move, by the twelve bytes of its
+// place in the table. macOS writes its attributes with both entries there.
 class AppleDouble {
  public:
+    // The longest resource fork: what a Mac can count.
+    static constexpr std::size_t kMaxResourceFork = 0x7FFFFFFF;
+
     // An empty Finder Info and an empty resource fork, as we write them.
     AppleDouble();
 
@@ -70,25 +102,30 @@ class AppleDouble {
     FinderInfo GetFinderInfo() const;          // empty where there is none
     std::string_view GetResourceFork() const;  // empty where there is none
 
-    // Change one part; every other byte of every entry stays as it was, though it may move. A
-    // missing entry is added.
+    // Change one part; every other byte of every entry stays as it was. A missing entry is added.
+    // False, and nothing is changed: the fork is longer than kMaxResourceFork, or the file would be
+    // longer than the format can count. `fork` is no view into this object.
     void SetFinderInfo(const FinderInfo& info);
-    void SetResourceFork(std::string_view fork);
+    bool SetResourceFork(std::string_view fork);
 
     // Nothing in it that anyone would miss: no entry but an empty Finder Info of 32 bytes and an
     // empty fork.
     bool IsEmpty() const;
 
  private:
-    struct Entry {
-        std::uint32_t id;
-        std::uint32_t offset;
-        std::uint32_t length;
-    };
-    explicit AppleDouble(std::string bytes) : bytes_(std::move(bytes)) {}
-    std::optional<Entry> Find(std::uint32_t id) const;
+    explicit AppleDouble(std::string bytes, std::vector<AppleDoubleEntry> entries)
+        : bytes_(std::move(bytes)), entries_(std::move(entries)) {}
+
+    std::string_view View(std::uint32_t id) const;
+    std::size_t IndexOrAdded(std::uint32_t id);
+    std::size_t EndOfOthers(std::size_t index) const;
+    bool IsLast(std::size_t index) const;
+    bool IsAlone(std::size_t index, std::size_t size) const;
+    void StoreEntry(std::size_t index);
+    void PlaceAtEnd(std::size_t index, std::string_view data);
 
     std::string bytes_;
+    std::vector<AppleDoubleEntry> entries_;  // the table in bytes_, read
 };
 
 }  // namespace Ondrel

@@ -21,15 +21,19 @@ std::string SidecarPath(std::string_view path);
 // True for "._name" with a name behind the mark.
 bool IsSidecarName(std::string_view name);
 
+// noErr: the file at this path (the sidecar's own) is an AppleDouble file. fnfErr: nothing there.
+// mapReadErr: something else. Otherwise the host's failure to find out. Its fork is not read.
+OSErr CheckSidecarFile(const std::string& sidecarPath);
+
 // The sidecar of a file; an empty one where there is none. mapReadErr: what is there is no
 // AppleDouble file.
 OSErr ReadSidecar(const char* path, AppleDouble* sidecar);
 
 // Makes `sidecar` the sidecar of the file at `path`, or takes the file's sidecar away when it is
-// empty.
+// empty. paramErr: it is longer than AppleDouble can count. fnfErr: there is no such file.
 OSErr WriteSidecar(const char* path, const AppleDouble& sidecar);
 
-// The Finder Info of a file; empty where there is none.
+// The Finder Info of a file; empty where there is none. Its fork is not read.
 OSErr ReadFinderInfo(const char* path, FinderInfo* info);
 OSErr WriteFinderInfo(const char* path, const FinderInfo& info);
 

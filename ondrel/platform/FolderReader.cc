@@ -1,0 +1,131 @@
+// Reads a folder with getdents64: one pass, a few large transfers, no status call for an entry but
+// to look for the partner of a sidecar that is not in the same transfer.
+#include <dirent.h>
+
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+#include "ondrel/platform/HostCalls.h"
+#include "ondrel/platform/HostFiles.h"
+#include "ondrel/platform/Sidecar.h"
+
+namespace Ondrel::Host {
+namespace {
+
+constexpr std::size_t kTransferSize = 32 * 1024;
+constexpr std::size_t kNameOffset = offsetof(dirent64, d_name);
+
+struct HostEntry {
+    std::string_view name;
+    unsigned char type;
+    std::size_t size;  // of the record; 0: there is none
+};
+
+// The record at `at`; the kernel pads records, and ends names with a NUL.
+HostEntry EntryAt(const std::string& buffer, std::size_t filled, std::size_t at) {
+    if (filled - at <= kNameOffset) return {};
+    unsigned short size;
+    std::memcpy(&size, buffer.data() + at + offsetof(dirent64, d_reclen), sizeof size);
+    if (size <= kNameOffset || size > filled - at) return {};
+    const char* name = buffer.data() + at + kNameOffset;
+    return {{name, strnlen(name, size - kNameOffset)},
+            static_cast<unsigned char>(buffer[at + offsetof(dirent64, d_type)]),
+            size};
+}
+
+ItemKind KindOfType(unsigned char type) {
+    switch (type) {
+        case DT_UNKNOWN:
+            return ItemKind::kNone;
+        case DT_REG:
+            return ItemKind::kFile;
+        case DT_DIR:
+            return ItemKind::kFolder;
+        case DT_LNK:
+            return ItemKind::kLink;
+        default:
+            return ItemKind::kOther;
+    }
+}
+
+}  // namespace
+
+FolderReader::~FolderReader() {
+    Close();
+}
+
+FolderReader::FolderReader(FolderReader&& other) noexcept {
+    *this = std::move(other);
+}
+
+FolderReader& FolderReader::operator=(FolderReader&& other) noexcept {
+    if (this == &other) return *this;
+    Close();
+    fd_ = std::exchange(other.fd_, -1);
+    position_ = std::exchange(other.position_, 0);
+    filled_ = std::exchange(other.filled_, 0);
+    // The buffer is far longer than what a string keeps inside itself, so that its bytes, and the
+    // name among them, stay where they are.
+    buffer_ = std::move(other.buffer_);
+    name_ = std::exchange(other.name_, {});
+    kind_ = std::exchange(other.kind_, ItemKind::kNone);
+    return *this;
+}
+
+OSErr FolderReader::Open(const char* path) {
+    Close();
+    Descriptor folder = OpenPath(path, O_RDONLY | O_DIRECTORY);
+    if (!folder.IsOpen()) return LastHostError();
+    buffer_.resize(kTransferSize);
+    fd_ = folder.Release();
+    return noErr;
+}
+
+bool FolderReader::Next() {
+    for (;;) {
+        if (position_ == filled_ && !Refill()) break;
+        const HostEntry entry = EntryAt(buffer_, filled_, position_);
+        if (entry.size == 0) break;
+        position_ += entry.size;
+        if (entry.name == "." || entry.name == "..") continue;
+        if (IsSidecarName(entry.name) && HasPartner(entry.name)) continue;
+        name_ = entry.name;
+        kind_ = KindOfType(entry.type);
+        return true;
+    }
+    Close();
+    return false;
+}
+
+void FolderReader::Close() {
+    (void)Descriptor(std::exchange(fd_, -1)).Close();
+    position_ = filled_ = 0;
+    name_ = {};
+    kind_ = ItemKind::kNone;
+}
+
+bool FolderReader::Refill() {
+    if (fd_ < 0) return false;
+    const auto got =
+        Retry([&] { return syscalls.getdents64(fd_, buffer_.data(), buffer_.size()); });
+    position_ = 0;
+    filled_ = got > 0 ? static_cast<std::size_t>(got) : 0;
+    return filled_ > 0;
+}
+
+bool FolderReader::HasPartner(std::string_view sidecarName) const {
+    const std::string partner(sidecarName.substr(2));
+    for (std::size_t at = 0; at < filled_;) {
+        const HostEntry entry = EntryAt(buffer_, filled_, at);
+        if (entry.size == 0) break;
+        if (entry.name == partner) return true;
+        at += entry.size;
+    }
+    struct stat status;
+    return Retry([&] {
+               return syscalls.fstatat(fd_, partner.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+           }) == 0;
+}
+
+}  // namespace Ondrel::Host

@@ -1,0 +1,111 @@
+// Status of items, making and deleting them. The sidecar of a file is made after it and deleted
+// after it, and a stale one is out of the way before the file is there: at no moment, a crash
+// included, does a file carry the codes of another.
+#include "ondrel/platform/HostFiles.h"
+
+#include <optional>
+
+#include "ondrel/platform/HostCalls.h"
+#include "ondrel/platform/Sidecar.h"
+#include "ondrel/platform/SidecarAside.h"
+
+namespace Ondrel::Host {
+namespace {
+
+ItemKind KindOfMode(mode_t mode) {
+    if (S_ISREG(mode)) return ItemKind::kFile;
+    if (S_ISDIR(mode)) return ItemKind::kFolder;
+    if (S_ISLNK(mode)) return ItemKind::kLink;
+    return ItemKind::kOther;
+}
+
+OSErr GetStatus(const char* path, int flags, ItemStatus* status) {
+    struct stat host;
+    if (Retry([&] { return syscalls.fstatat(AT_FDCWD, path, &host, flags); }) == -1)
+        return LastHostError();
+    status->kind = KindOfMode(host.st_mode);
+    status->device = host.st_dev;
+    status->inode = host.st_ino;
+    status->size = host.st_size;
+    return noErr;
+}
+
+OSErr Unlink(const char* path) {
+    return CodeOf(Retry([&] { return syscalls.unlinkat(AT_FDCWD, path, 0); }));
+}
+
+// Moves a sidecar without a file aside, before a new file takes it for its own. What is no
+// AppleDouble file is nobody's sidecar and stays.
+OSErr TakeStaleSidecar(const char* path, SidecarAside* stale) {
+    const std::string sidecar = SidecarPath(path);
+    const OSErr found = CheckSidecarFile(sidecar);
+    if (found == fnfErr || found == bdNamErr) return noErr;
+    ItemStatus item;
+    if (GetItemStatus(path, &item) == noErr) return dupFNErr;
+    if (found == noErr) return stale->Take(sidecar);
+    return found == mapReadErr ? noErr : found;
+}
+
+OSErr MakeFile(const char* path) {
+    Descriptor file = OpenPath(path, O_WRONLY | O_CREAT | O_EXCL, 0666);
+    if (!file.IsOpen()) return LastHostError();
+    const OSErr error = file.Close();
+    if (error != noErr) (void)Unlink(path);
+    return error;
+}
+
+OSErr StoreCodes(const char* path, FourCC creator, FourCC type) {
+    FinderInfo info;
+    info.SetCreator(creator);
+    info.SetType(type);
+    return WriteFinderInfo(path, info);
+}
+
+}  // namespace
+
+OSErr GetItemStatus(const char* path, ItemStatus* status) {
+    return GetStatus(path, AT_SYMLINK_NOFOLLOW, status);
+}
+
+OSErr GetTargetStatus(const char* path, ItemStatus* status) {
+    return GetStatus(path, 0, status);
+}
+
+int GetModificationTime(const char* path, std::int64_t* seconds) {
+    struct stat host;
+    if (Retry([&] { return syscalls.fstatat(AT_FDCWD, path, &host, 0); }) == -1) return errno;
+    *seconds = host.st_mtim.tv_sec;
+    return 0;
+}
+
+OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
+    SidecarAside stale;
+    if (const OSErr error = TakeStaleSidecar(path, &stale); error != noErr) return error;
+    if (const OSErr error = MakeFile(path); error != noErr) return error;
+    if (creator != 0 || type != 0) {
+        if (const OSErr error = StoreCodes(path, creator, type); error != noErr) {
+            (void)Unlink(path);
+            return error;
+        }
+    }
+    stale.Discard();
+    return noErr;
+}
+
+OSErr DeleteFile(const char* path) {
+    ItemStatus status;
+    if (const OSErr error = GetItemStatus(path, &status); error != noErr) return error;
+    if (status.kind == ItemKind::kFolder) return fnfErr;
+    if (const OSErr error = Unlink(path); error != noErr) return error;
+    // The file is gone and does not come back, so that this is a success: a sidecar that stays
+    // belongs to nothing, and is taken away before a new file can have its name.
+    (void)Unlink(SidecarPath(path).c_str());
+    return noErr;
+}
+
+OSErr CreateFolder(const char* path, unsigned int mode) {
+    return CodeOf(
+        Retry([&] { return syscalls.mkdirat(AT_FDCWD, path, static_cast<mode_t>(mode)); }));
+}
+
+}  // namespace Ondrel::Host

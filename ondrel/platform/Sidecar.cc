@@ -1,0 +1,197 @@
+// Sidecars on disk. Reading trusts nothing of what stands at the name: it may be a link, a pipe, or
+// a file that grows. Writing goes to a temporary file beside it, which takes its place once it is
+// whole and on the disk.
+#include "ondrel/platform/Sidecar.h"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "ondrel/platform/HostCalls.h"
+#include "ondrel/platform/PathNames.h"
+#include "ondrel/platform/SidecarPermission.h"
+
+namespace Ondrel::Host {
+namespace {
+
+constexpr std::string_view kMark = "._";
+
+// Enough for the table of every sidecar of macOS, and for its Finder Info.
+constexpr std::size_t kStartSize = 4096;
+
+// A sidecar open for reading.
+struct OpenSidecar {
+    Descriptor file;
+    std::uint64_t size = 0;
+};
+
+OSErr Open(const std::string& path, OpenSidecar* sidecar) {
+    sidecar->file = OpenPath(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    if (!sidecar->file.IsOpen())
+        return errno == ELOOP || errno == ENXIO ? mapReadErr : LastHostError();
+    struct stat status;
+    if (Retry([&] { return syscalls.fstat(sidecar->file.Get(), &status); }) == -1)
+        return LastHostError();
+    if (!S_ISREG(status.st_mode)) return mapReadErr;
+    sidecar->size = static_cast<std::uint64_t>(status.st_size);
+    return noErr;
+}
+
+// Reads up to `size` bytes at `offset`; fewer where the file ends.
+OSErr Read(const OpenSidecar& sidecar, std::uint64_t offset, std::size_t size, std::string* bytes) {
+    try {
+        bytes->resize(size);
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    } catch (const std::length_error&) {
+        return memFullErr;
+    }
+    std::size_t done = 0;
+    while (done < size) {
+        const auto got = Retry([&] {
+            return syscalls.pread(sidecar.file.Get(), bytes->data() + done, size - done,
+                                  static_cast<off_t>(offset + done));
+        });
+        if (got == -1) return LastHostError();
+        if (got == 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    bytes->resize(done);
+    return noErr;
+}
+
+// Reads the table alone: the start of the file, and all of it only for a table of unusual length.
+OSErr ReadTable(const OpenSidecar& sidecar, std::vector<AppleDoubleEntry>* entries) {
+    constexpr std::size_t kLongestTable = 26 + 12 * 0xFFFF;
+    std::string start;
+    for (const std::size_t most : {kStartSize, kLongestTable}) {
+        const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(sidecar.size, most));
+        if (const OSErr error = Read(sidecar, 0, size, &start); error != noErr) return error;
+        if (auto table = ReadAppleDoubleTable(start, sidecar.size)) {
+            *entries = std::move(*table);
+            return noErr;
+        }
+        if (size == sidecar.size) break;
+    }
+    return mapReadErr;
+}
+
+OSErr Unlink(const std::string& path) {
+    return CodeOf(Retry([&] { return syscalls.unlinkat(AT_FDCWD, path.c_str(), 0); }));
+}
+
+OSErr WriteAll(const Descriptor& file, std::string_view bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const auto put = Retry([&] {
+            return syscalls.pwrite(file.Get(), bytes.data() + done, bytes.size() - done,
+                                   static_cast<off_t>(done));
+        });
+        if (put == -1) return LastHostError();
+        if (put == 0) return ioErr;
+        done += static_cast<std::size_t>(put);
+    }
+    return noErr;
+}
+
+// Fills a new file and brings it to the disk. It is closed afterwards, whatever the result.
+OSErr Fill(Descriptor file, std::string_view bytes, const SidecarPermission& permission) {
+    OSErr error = permission.Apply(file);
+    if (error == noErr) error = WriteAll(file, bytes);
+    if (error == noErr) error = CodeOf(Retry([&] { return syscalls.fdatasync(file.Get()); }));
+    const OSErr closed = file.Close();
+    return error != noErr ? error : closed;
+}
+
+// Makes `bytes` the file at `path` in one step.
+OSErr Replace(const std::string& path, std::string_view bytes,
+              const SidecarPermission& permission) {
+    const std::string temporary = TemporaryBeside(path);
+    Descriptor file = OpenPath(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (!file.IsOpen()) return LastHostError();
+    OSErr error = Fill(std::move(file), bytes, permission);
+    if (error == noErr)
+        error = CodeOf(Retry([&] {
+            return syscalls.renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), 0);
+        }));
+    if (error != noErr) (void)Unlink(temporary);
+    return error;
+}
+
+}  // namespace
+
+std::string SidecarPath(std::string_view path) {
+    const PathParts parts = SplitPath(path);
+    std::string sidecar(parts.folder);
+    return sidecar.append(kMark).append(parts.name);
+}
+
+bool IsSidecarName(std::string_view name) {
+    return name.size() > kMark.size() && name.starts_with(kMark);
+}
+
+OSErr CheckSidecarFile(const std::string& sidecarPath) {
+    OpenSidecar sidecar;
+    if (const OSErr error = Open(sidecarPath, &sidecar); error != noErr) return error;
+    std::vector<AppleDoubleEntry> entries;
+    return ReadTable(sidecar, &entries);
+}
+
+OSErr ReadSidecar(const char* path, AppleDouble* sidecar) {
+    OpenSidecar open;
+    if (const OSErr error = Open(SidecarPath(path), &open); error != noErr) {
+        if (error != fnfErr && error != bdNamErr) return error;
+        *sidecar = AppleDouble();
+        return noErr;
+    }
+    std::vector<AppleDoubleEntry> entries;
+    if (const OSErr error = ReadTable(open, &entries); error != noErr) return error;
+    std::string bytes;
+    const OSErr error = Read(open, 0, static_cast<std::size_t>(open.size), &bytes);
+    if (error != noErr) return error;
+    auto parsed = AppleDouble::Parse(std::move(bytes));
+    if (!parsed) return mapReadErr;
+    *sidecar = std::move(*parsed);
+    return noErr;
+}
+
+OSErr WriteSidecar(const char* path, const AppleDouble& sidecar) {
+    const std::string sidecarPath = SidecarPath(path);
+    const OSErr found = CheckSidecarFile(sidecarPath);
+    if (found == fnfErr || found == bdNamErr) {
+        if (sidecar.IsEmpty()) return noErr;
+    } else if (found != noErr) {
+        return found;
+    } else if (sidecar.IsEmpty()) {
+        return Unlink(sidecarPath);
+    }
+    SidecarPermission permission;
+    if (const OSErr error = permission.TakeFrom(path); error != noErr) return error;
+    return Replace(sidecarPath, sidecar.Bytes(), permission);
+}
+
+OSErr ReadFinderInfo(const char* path, FinderInfo* info) {
+    *info = {};
+    OpenSidecar sidecar;
+    if (const OSErr error = Open(SidecarPath(path), &sidecar); error != noErr)
+        return error == fnfErr || error == bdNamErr ? noErr : error;
+    std::vector<AppleDoubleEntry> entries;
+    if (const OSErr error = ReadTable(sidecar, &entries); error != noErr) return error;
+    const AppleDoubleEntry* entry = FindEntry(entries, kEntryFinderInfo);
+    if (entry == nullptr) return noErr;
+    std::string stored;
+    const std::size_t size = std::min<std::size_t>(entry->length, kFinderInfoSize);
+    if (const OSErr error = Read(sidecar, entry->offset, size, &stored); error != noErr)
+        return error;
+    std::copy(stored.begin(), stored.end(), info->bytes.begin());
+    return noErr;
+}
+
+OSErr WriteFinderInfo(const char* path, const FinderInfo& info) {
+    AppleDouble sidecar;
+    if (const OSErr error = ReadSidecar(path, &sidecar); error != noErr) return error;
+    sidecar.SetFinderInfo(info);
+    return WriteSidecar(path, sidecar);
+}
+
+}  // namespace Ondrel::Host

@@ -1,0 +1,33 @@
+// Who may use a sidecar: nobody who may not use its file. Internal to platform/.
+#ifndef ONDREL_PLATFORM_SIDECARPERMISSION_H
+#define ONDREL_PLATFORM_SIDECARPERMISSION_H
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "ondrel/platform/HostCalls.h"
+
+namespace Ondrel::Host {
+
+class SidecarPermission {
+ public:
+    // Learns owner, mode and access control list of the file or folder at a path. fnfErr: there is
+    // none.
+    OSErr TakeFrom(const char* path);
+
+    // Gives them to a new file of ours. What the host does not let us give narrows the permission:
+    // it is never an error, and never lets more people in.
+    OSErr Apply(const Descriptor& file) const;
+
+ private:
+    mode_t mode_ = 0;  // the read and write bits
+    uid_t owner_ = 0;
+    gid_t group_ = 0;
+    std::string list_;            // the stored access control list; empty without one
+    bool listIsUnknown_ = false;  // there may be one that we cannot read
+};
+
+}  // namespace Ondrel::Host
+
+#endif

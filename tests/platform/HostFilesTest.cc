@@ -1,0 +1,220 @@
+// Status, making and deleting of items, against real files.
+#include "ondrel/platform/HostFiles.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <filesystem>
+
+#include "ondrel/platform/Sidecar.h"
+#include "tests/support/Scratch.h"
+
+namespace Ondrel::Host {
+namespace {
+
+using Testing::Bytes;
+using Testing::Exists;
+using Testing::Hex;
+using Testing::ReadAll;
+using Testing::Scratch;
+
+constexpr FourCC kText = MakeFourCC("TEXT");
+constexpr FourCC kEditor = MakeFourCC("ttxt");
+
+// Type TEXT, creator ttxt, no fork.
+constexpr char kTextSidecar[] =
+    "00 05 16 07 00 02 00 00 4D 61 63 20 4F 53 20 58 20 20 20 20 20 20 20 20 00 02 "
+    "00 00 00 09 00 00 00 32 00 00 00 20 00 00 00 02 00 00 00 52 00 00 00 00 "
+    "54 45 58 54 74 74 78 74 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
+    "00";
+
+TEST(HostFiles, TheStatusTellsFileFolderLinkAndOther) {
+    const Scratch scratch;
+    const std::string file = scratch.Write("file", "12345");
+    const std::string folder = scratch.MakeFolder("folder");
+    const std::string link = scratch.Path("link");
+    const std::string pipe = scratch.Path("pipe");
+    ASSERT_EQ(symlink("file", link.c_str()), 0);
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+
+    ItemStatus status;
+    ASSERT_EQ(GetItemStatus(file.c_str(), &status), noErr);
+    EXPECT_EQ(status.kind, ItemKind::kFile);
+    EXPECT_EQ(status.size, 5);
+    struct stat host;
+    ASSERT_EQ(stat(file.c_str(), &host), 0);
+    EXPECT_EQ(status.device, host.st_dev);
+    EXPECT_EQ(status.inode, host.st_ino);
+    ASSERT_EQ(GetItemStatus(folder.c_str(), &status), noErr);
+    EXPECT_EQ(status.kind, ItemKind::kFolder);
+    ASSERT_EQ(GetItemStatus(link.c_str(), &status), noErr);
+    EXPECT_EQ(status.kind, ItemKind::kLink);
+    ASSERT_EQ(GetItemStatus(pipe.c_str(), &status), noErr);
+    EXPECT_EQ(status.kind, ItemKind::kOther);
+    ASSERT_EQ(GetTargetStatus(link.c_str(), &status), noErr);
+    EXPECT_EQ(status.kind, ItemKind::kFile);
+}
+
+TEST(HostFiles, AMissingItemHasNoStatusAndTheOldOneStays) {
+    const Scratch scratch;
+    ASSERT_EQ(symlink("nowhere", scratch.Path("dangling").c_str()), 0);
+    ItemStatus status;
+    status.size = 7;
+    EXPECT_EQ(GetItemStatus(scratch.Path("missing").c_str(), &status), fnfErr);
+    EXPECT_EQ(GetTargetStatus(scratch.Path("dangling").c_str(), &status), fnfErr);
+    EXPECT_EQ(status.size, 7);
+    EXPECT_EQ(GetItemStatus(scratch.Path("dangling").c_str(), &status), noErr);
+}
+
+TEST(HostFiles, TheModificationTimeIsInSecondsAndFollowsLinks) {
+    const Scratch scratch;
+    const std::string file = scratch.Write("file", "");
+    const std::string link = scratch.Path("link");
+    ASSERT_EQ(symlink("file", link.c_str()), 0);
+    const timespec times[2] = {{1000000, 0}, {1234567890, 999999999}};
+    ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+    std::int64_t seconds = 0;
+    EXPECT_EQ(GetModificationTime(file.c_str(), &seconds), 0);
+    EXPECT_EQ(seconds, 1234567890);
+    seconds = 0;
+    EXPECT_EQ(GetModificationTime(link.c_str(), &seconds), 0);
+    EXPECT_EQ(seconds, 1234567890);
+    EXPECT_EQ(GetModificationTime(scratch.Path("missing").c_str(), &seconds), ENOENT);
+    EXPECT_EQ(GetModificationTime((file + "/x").c_str(), &seconds), ENOTDIR);
+    EXPECT_EQ(seconds, 1234567890);
+}
+
+TEST(HostFiles, ANewFileIsEmptyAndHasTheUsersPermission) {
+    const Scratch scratch;
+    const std::string path = scratch.Path("new");
+    const mode_t mask = umask(027);
+    EXPECT_EQ(CreateFile(path.c_str(), 0, 0), noErr);
+    umask(mask);
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, mode_t{0640});
+    EXPECT_EQ(status.st_size, 0);
+    EXPECT_FALSE(Exists(scratch.Path("._new")));
+}
+
+TEST(HostFiles, ANewFileWithCodesHasASidecarOfThem) {
+    const Scratch scratch;
+    const std::string path = scratch.Path("new");
+    ASSERT_EQ(CreateFile(path.c_str(), kEditor, kText), noErr);
+    EXPECT_EQ(Hex(ReadAll(scratch.Path("._new"))), kTextSidecar);
+    ASSERT_EQ(CreateFile(scratch.Path("typed").c_str(), 0, kText), noErr);
+    EXPECT_TRUE(Exists(scratch.Path("._typed")));
+    ASSERT_EQ(CreateFile(scratch.Path("made").c_str(), kEditor, 0), noErr);
+    EXPECT_TRUE(Exists(scratch.Path("._made")));
+}
+
+TEST(HostFiles, WhatIsThereIsNotCreatedAgain) {
+    const Scratch scratch;
+    const std::string file = scratch.Write("file", "content");
+    scratch.Write("._file", Bytes(kTextSidecar));
+    scratch.MakeFolder("folder");
+    ASSERT_EQ(symlink("nowhere", scratch.Path("dangling").c_str()), 0);
+    for (const char* name : {"file", "folder", "dangling"}) {
+        EXPECT_EQ(CreateFile(scratch.Path(name).c_str(), 0, 0), dupFNErr) << name;
+        EXPECT_EQ(CreateFile(scratch.Path(name).c_str(), 1, 2), dupFNErr) << name;
+    }
+    EXPECT_EQ(ReadAll(file), "content");
+    EXPECT_EQ(Hex(ReadAll(scratch.Path("._file"))), kTextSidecar);
+    EXPECT_FALSE(Exists(scratch.Path("nowhere")));
+    EXPECT_FALSE(Exists(scratch.Path("._folder")));
+}
+
+TEST(HostFiles, ASidecarOfAFileLongGoneDoesNotBecomeTheNewFiles) {
+    const Scratch scratch;
+    scratch.Write("._plain", Bytes(kTextSidecar));
+    ASSERT_EQ(CreateFile(scratch.Path("plain").c_str(), 0, 0), noErr);
+    EXPECT_FALSE(Exists(scratch.Path("._plain")));
+
+    scratch.Write("._coded", Bytes(kTextSidecar) + "an old fork");
+    ASSERT_EQ(CreateFile(scratch.Path("coded").c_str(), kEditor, kText), noErr);
+    EXPECT_EQ(Hex(ReadAll(scratch.Path("._coded"))), kTextSidecar);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(scratch.Path()), {}), 3);
+}
+
+TEST(HostFiles, AForeignFileAtTheSidecarsNameIsNeverOverwritten) {
+    const Scratch scratch;
+    scratch.Write("._plain", "notes of mine");
+    scratch.Write("._coded", "notes of mine");
+    EXPECT_EQ(CreateFile(scratch.Path("plain").c_str(), 0, 0), noErr);
+    EXPECT_EQ(CreateFile(scratch.Path("coded").c_str(), kEditor, kText), mapReadErr);
+    EXPECT_FALSE(Exists(scratch.Path("coded")));
+    EXPECT_EQ(ReadAll(scratch.Path("._plain")), "notes of mine");
+    EXPECT_EQ(ReadAll(scratch.Path("._coded")), "notes of mine");
+}
+
+TEST(HostFiles, ANameTooLongForASidecarIsGoodForAFileWithoutCodes) {
+    const Scratch scratch;
+    const std::string path = scratch.Path(std::string(254, 'n'));
+    EXPECT_EQ(CreateFile(path.c_str(), kEditor, kText), bdNamErr);
+    EXPECT_FALSE(Exists(path));
+    EXPECT_EQ(CreateFile(path.c_str(), 0, 0), noErr);
+    EXPECT_TRUE(Exists(path));
+    EXPECT_EQ(CreateFile(scratch.Path(std::string(256, 'n')).c_str(), 0, 0), bdNamErr);
+    EXPECT_EQ(DeleteFile(path.c_str()), noErr);
+}
+
+TEST(HostFiles, CreatingFailsWithTheHostsCode) {
+    const Scratch scratch;
+    const std::string file = scratch.Write("file", "");
+    EXPECT_EQ(CreateFile(scratch.Path("missing/new").c_str(), 0, 0), fnfErr);
+    EXPECT_EQ(CreateFile((file + "/new").c_str(), 0, 0), dirNFErr);
+}
+
+TEST(HostFiles, DeletingTakesTheSidecarAlong) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("file", "x");
+    scratch.Write("._file", Bytes(kTextSidecar));
+    EXPECT_EQ(DeleteFile(path.c_str()), noErr);
+    EXPECT_FALSE(Exists(path));
+    EXPECT_FALSE(Exists(scratch.Path("._file")));
+    EXPECT_EQ(DeleteFile(path.c_str()), fnfErr);
+}
+
+TEST(HostFiles, AFolderIsNotDeleted) {
+    const Scratch scratch;
+    const std::string folder = scratch.MakeFolder("folder");
+    scratch.Write("._folder", Bytes(kTextSidecar));
+    EXPECT_EQ(DeleteFile(folder.c_str()), fnfErr);
+    EXPECT_EQ(DeleteFile((folder + "/").c_str()), fnfErr);
+    EXPECT_TRUE(Exists(folder));
+    EXPECT_TRUE(Exists(scratch.Path("._folder")));
+}
+
+TEST(HostFiles, ALinkIsDeletedItself) {
+    const Scratch scratch;
+    const std::string file = scratch.Write("file", "x");
+    const std::string folder = scratch.MakeFolder("folder");
+    ASSERT_EQ(symlink("file", scratch.Path("a").c_str()), 0);
+    ASSERT_EQ(symlink("folder", scratch.Path("b").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", scratch.Path("c").c_str()), 0);
+    for (const char* name : {"a", "b", "c"}) {
+        EXPECT_EQ(DeleteFile(scratch.Path(name).c_str()), noErr) << name;
+        EXPECT_FALSE(Exists(scratch.Path(name))) << name;
+    }
+    EXPECT_TRUE(Exists(file));
+    EXPECT_TRUE(Exists(folder));
+}
+
+TEST(HostFiles, AFolderIsMadeOnce) {
+    const Scratch scratch;
+    const std::string path = scratch.Path("folder");
+    EXPECT_EQ(CreateFolder(path.c_str(), 0750), noErr);
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_TRUE(S_ISDIR(status.st_mode));
+    EXPECT_EQ(status.st_mode & 0077, mode_t{0050});
+    EXPECT_EQ(CreateFolder(path.c_str(), 0700), dupFNErr);
+    EXPECT_EQ(CreateFolder(scratch.Write("file", "").c_str(), 0700), dupFNErr);
+    EXPECT_EQ(CreateFolder(scratch.Path("missing/folder").c_str(), 0700), fnfErr);
+}
+
+}  // namespace
+}  // namespace Ondrel::Host
