@@ -29,7 +29,8 @@ struct FSRef {
 };
 static_assert(sizeof(FSRef) == 80);
 
-// The reference of the item at a full POSIX path (UTF-8, or any bytes that the host takes).
+// The reference of the item at a full POSIX path (UTF-8, or any bytes that the host takes). A path
+// that is not full names nothing (fnfErr).
 ONDREL_EXPORT OSErr FSPathMakeRef(const char* path, FSRef* ref);
 
 // The full POSIX path that the item has now.
@@ -69,10 +70,11 @@ ONDREL_EXPORT OSErr FSGetDataForkName(HFSUniStr255* name);
 
 // Opens a fork of the file that `ref` names, through a symbolic link its target. The number in
 // `*forkRefNum` is positive and stays taken until FSCloseFork; 0 is never a fork.
-// fnfErr: no such file, or a folder. permErr: not allowed, also for reading. opWrErr: opened for
-// writing while another writer has it, in this process or in another that uses this library; a
-// reader is never refused because of a writer. wPrErr: for writing on a read-only volume.
-// tmfoErr: no descriptor or number left. paramErr: no fork has this name, or a permission beyond 3.
+// fnfErr: no such file, or no regular one (a folder, a FIFO, a device). permErr: not allowed, also
+// for reading. opWrErr: opened for writing while another writer has it, in this process or in
+// another that uses this library; a reader is never refused because of a writer. wPrErr: for
+// writing on a read-only volume. tmfoErr: no descriptor or number left. paramErr: no fork has this
+// name, or a permission other than 1 to 3.
 ONDREL_EXPORT OSErr FSOpenFork(const FSRef* ref, UniCharCount forkNameLength,
                                const UniChar* forkName, signed char permissions, short* forkRefNum);
 
@@ -82,9 +84,9 @@ ONDREL_EXPORT OSErr FSCloseFork(short forkRefNum);
 
 ONDREL_EXPORT OSErr FSGetForkSize(short forkRefNum, std::int64_t* size);
 
-// The fork's own position, which FSWriteFork moves and the requests below use with fsAtMark and
-// fsFromMark. posErr: a position before the start; the position stays. A position behind the end is
-// allowed.
+// The fork's own position, which fsAtMark and fsFromMark count from. A transfer that has finished
+// leaves it behind the last byte that it moved. posErr: a position before the start; the position
+// stays. A position behind the end is allowed.
 ONDREL_EXPORT OSErr FSSetForkPosition(short forkRefNum, unsigned short positionMode,
                                       std::int64_t positionOffset);
 ONDREL_EXPORT OSErr FSGetForkPosition(short forkRefNum, std::int64_t* position);
@@ -110,6 +112,16 @@ struct FSForkIOParam {
     std::size_t requestCount;  // bytes
     std::size_t actualCount;   // bytes that arrived; valid when finished
     void* buffer;
+
+    // The library's own. Zero-fill a request before its first use, and leave this alone.
+    struct Progress {
+        FSForkIOParam* next;  // among the reads that the kernel has
+        std::int64_t start;   // where the first byte stands in the fork
+        unsigned int serial;  // which opening of the number
+        int answer;           // the kernel's, once `answered`
+        bool answered;
+        unsigned char stage;
+    } progress;
 };
 
 inline constexpr short kRequestInProgress = 1;
@@ -139,7 +151,8 @@ ONDREL_EXPORT void PBDropFork(FSForkIOParam* request);
 // --- Durability ---------------------------------------------------------------------------------
 
 // Brings the file at a full POSIX path, and the folder entry that names it, to the disk. Nothing
-// else of the volume is flushed.
+// else of the volume is flushed. Both are tried; the result is the first failure. fnfErr: no such
+// file, or no regular one.
 ONDREL_EXPORT OSErr FSFlushFile(const char* path);
 
 }  // namespace Ondrel

@@ -1,0 +1,112 @@
+// The table of open forks. Entries live in blocks that are made as the table grows: it doubles its
+// room once half of it is taken, and numbers are given out in a circle, so that a number stays
+// unused for long after it was closed.
+#include "ondrel/platform/ForkTable.h"
+
+#include <array>
+#include <mutex>
+#include <new>
+
+#include "ondrel/platform/HoldAcrossFork.h"
+
+namespace Ondrel::Host {
+namespace {
+
+constexpr int kBlockSize = 256;
+constexpr int kMaxBlocks = 128;
+static_assert(kBlockSize * kMaxBlocks == 32768, "numbers are the positive shorts");
+
+constinit std::array<std::atomic<Fork*>, kMaxBlocks> blocks{};
+
+// The fields below, and which numbers are open, change under this mutex only.
+constinit std::mutex tableMutex;
+int blockCount = 0;
+int openCount = 0;
+int nextNumber = 1;
+
+int Capacity() {
+    return blockCount * kBlockSize;
+}
+
+Fork& Entry(int number) {
+    Fork* const block =
+        blocks[static_cast<std::size_t>(number / kBlockSize)].load(std::memory_order_acquire);
+    return block[number % kBlockSize];
+}
+
+// Adds blocks until half the numbers are free, as far as that is possible.
+void MakeRoom() {
+    const int wanted = blockCount == 0 ? 1 : 2 * blockCount;
+    if (openCount < Capacity() / 2) return;
+    while (blockCount < wanted && blockCount < kMaxBlocks) {
+        Fork* const block = new (std::nothrow) Fork[kBlockSize];
+        if (block == nullptr) return;
+        blocks[static_cast<std::size_t>(blockCount)].store(block, std::memory_order_release);
+        ++blockCount;
+    }
+}
+
+// The next free number in the circle; 0, which is never a fork, when all are taken.
+int FreeNumber() {
+    if (openCount >= Capacity() - 1) return 0;
+    for (int number = nextNumber;; ++number) {
+        if (number >= Capacity()) number = 1;
+        if (Entry(number).Fd() < 0) return number;
+    }
+}
+
+bool IsOpen(std::uint64_t device, std::uint64_t inode, bool writersOnly) {
+    for (int number = 1; number < Capacity(); ++number) {
+        const Fork& fork = Entry(number);
+        if (fork.Fd() < 0 || (writersOnly && !fork.facts.mayWrite)) continue;
+        if (fork.facts.device == device && fork.facts.inode == inode) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Fork* FindFork(short number) {
+    if (number <= 0) return nullptr;
+    Fork* const block =
+        blocks[static_cast<std::size_t>(number / kBlockSize)].load(std::memory_order_acquire);
+    if (block == nullptr) return nullptr;
+    Fork* const fork = block + number % kBlockSize;
+    return fork->Fd() < 0 ? nullptr : fork;
+}
+
+OSErr AddFork(Descriptor* file, const ForkFacts& facts, short* number) {
+    HoldAcrossFork<tableMutex>();
+    const std::lock_guard lock(tableMutex);
+    if (facts.mayWrite && IsOpen(facts.device, facts.inode, true)) return opWrErr;
+    MakeRoom();
+    const int free = FreeNumber();
+    if (free == 0) return tmfoErr;
+    Fork& fork = Entry(free);
+    fork.facts = facts;
+    ++fork.serial;
+    fork.inKernel = 0;
+    fork.position = 0;
+    fork.plainReads = false;
+    fork.plainWrites = false;
+    fork.missedCache = false;
+    fork.fd.store(file->Release(), std::memory_order_relaxed);
+    ++openCount;
+    nextNumber = free + 1;
+    *number = static_cast<short>(free);
+    return noErr;
+}
+
+Descriptor RemoveFork(short number) {
+    const std::lock_guard lock(tableMutex);
+    --openCount;
+    return Descriptor(Entry(number).fd.exchange(-1, std::memory_order_relaxed));
+}
+
+bool HasOpenFork(std::uint64_t device, std::uint64_t inode) {
+    HoldAcrossFork<tableMutex>();
+    const std::lock_guard lock(tableMutex);
+    return IsOpen(device, inode, false);
+}
+
+}  // namespace Ondrel::Host
