@@ -10,17 +10,23 @@
 //   03                          kind
 //   00 02                       leading components that both share: HD, Docs
 //   00 02                       the base's components behind them: Proj, doc
-//   00 13                       length of the text with its NUL; 0 for a reference without text,
-//   and
-//                               then nothing follows (a record without text is 03 00 00, see below)
+//   00 13                       length of the text with its NUL; 0 for a record without text
 //   48 44 3A ... 74 69 66 00    the target's full text
 // or, in the relative-only form, 03 00 01 00 02 00 11 and "dummy:Pics:a.tif" with its NUL: the
 // target from its first component that is not shared, behind one component to be skipped.
 //
-// Read from a document that is now Work:Moved:Proj:doc, both give Work:Moved:Pics:a.tif.
+// Read from a document that is now Work:Moved:Proj:doc, both give Work:Moved:Pics:a.tif. The text
+// is read up to its NUL, whatever its length says. Components are equal when their bytes are, up to
+// and with the ':' or NUL behind them: Docs at the end of the base is not the Docs of HD:Docs:a.
 //
-// A wrong kind byte latches -50 in the stream and gives -1. Failures of the stream itself are as
-// those of the byte reads and writes, raised where the stream has an error context.
+// A target without text is written as an empty record, and the write then fails. The empty absolute
+// record, 02 00 00, can be read back. The empty relative record is just 03 00 00: it lacks the
+// other two counts, so that what follows it would be taken for them; it is a mark of the failure,
+// not a record to go on from.
+//
+// A wrong kind byte latches -50 in the stream and gives -1, never raised. No memory for a
+// reference's storage latches -108 and gives -1; that, a target without text, and the failures of
+// the stream itself are raised where the stream has an error context.
 #ifndef ONDREL_RECORDS_FILEREFS_H
 #define ONDREL_RECORDS_FILEREFS_H
 
@@ -43,10 +49,11 @@ ONDREL_EXPORT int filrearef(fil* f, filref& target);
 // target without text writes 03 00 00 and then fails with -1.
 ONDREL_EXPORT int filwrirefrel(fil* f, const filref& base, const filref& target, int keepFull);
 
-// Reads one and rebuilds the target beside `base`, the document being read. Where the base has too
-// few components, or nothing was shared, the stored text is taken as it is. `full` (may be null)
-// receives the stored text. A text of more than 1021 characters makes its reference empty and gives
-// -1, for `target` only when `full` is null. The stream is left behind the record.
+// Reads one and rebuilds the target beside `base`, the document being read (which may be `target`).
+// Where the base has too few components, or nothing was shared, the stored text is taken as it is.
+// `full` (may be null) receives the stored text. A length of 0 clears `target` and leaves `full`
+// alone. A text of more than 1021 bytes makes its reference empty and gives -1, for `target` only
+// when `full` is null. The stream is left behind the record. A record that is cut changes no text.
 ONDREL_EXPORT int filrearefrel(fil* f, const filref& base, filref& target, filref* full);
 
 }  // namespace Ondrel

@@ -1,0 +1,87 @@
+// Texts that an ending byte closes: lines and NUL-terminated strings. The caller's buffer is
+// terminated before every read that may fail, so that it holds the text so far also when the
+// failure is raised.
+#include <algorithm>
+
+#include "ondrel/records/streamruns.h"
+#include "ondrel/records/strings.h"
+
+namespace Ondrel {
+
+using namespace Records;
+
+namespace {
+
+// A caller's buffer; what does not fit is dropped.
+class Storage {
+ public:
+    Storage(char* buffer, int size) : next_(buffer), room_(std::max(size - 1, 0)) { *next_ = 0; }
+
+    int Room() const { return room_; }
+
+    void Add(const unsigned char* bytes, int n) {
+        const int fitting = std::min(n, room_);
+        std::memcpy(next_, bytes, static_cast<std::size_t>(fitting));
+        next_ += fitting;
+        room_ -= fitting;
+        *next_ = 0;
+    }
+
+ private:
+    char* next_;
+    int room_;
+};
+
+// For ReadUntil: the first LF or CR. It goes in steps, so that a text which knows only one of the
+// two is not searched to the end of the buffer for the other one at every line.
+int FindLineEnd(const unsigned char* bytes, int n) {
+    constexpr int kStep = 256;
+    for (int at = 0; at < n; at += kStep) {
+        const int step = std::min(kStep, n - at);
+        const int lf = FindByte(bytes + at, step, '\n');
+        const int end = FindByte(bytes + at, lf, '\r');
+        if (end < step) return at + end;
+    }
+    return n;
+}
+
+// Behind a CR: passes an LF. Whether the file ends here is asked first, because a read would raise.
+void PassLineFeed(fil* f) {
+    if (fileof(f) || Refill(f) < 0) return;
+    if (*f->cursor == '\n') Consume(f, 1);
+}
+
+}  // namespace
+
+int filreastr(fil* f, char* buffer, int size) {
+    Storage line(buffer, size);
+    while (line.Room() > 0) {
+        if (const int failure = Refill(f); failure < 0) return failure;
+        const int window = std::min(f->count, line.Room());
+        const int run = FindByte(f->cursor, window, '\n');
+        line.Add(f->cursor, run);
+        if (run < window) {
+            Consume(f, run + 1);
+            return 0;
+        }
+        Consume(f, window);
+    }
+    return 0;
+}
+
+int filreacrlf(fil* f, char* buffer, int size) {
+    Storage line(buffer, size);
+    const int end = ReadUntil(f, FindLineEnd,
+                              [&line](const unsigned char* bytes, int n) { line.Add(bytes, n); });
+    if (end < 0) return end;
+    if (end == '\r') PassLineFeed(f);
+    return 0;
+}
+
+int filreastrnul(fil* f, char* buffer, int size) {
+    Storage text(buffer, size);
+    return ReadUntil(f, FindNul,
+                     [&text](const unsigned char* bytes, int n) { text.Add(bytes, n); });
+}
+
+}  // namespace Ondrel
