@@ -11,6 +11,7 @@
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/HoldAcrossFork.h"
 #include "ondrel/platform/HostCalls.h"
+#include "ondrel/platform/HostFiles.h"
 #include "ondrel/platform/PathCache.h"
 #include "ondrel/platform/RefFacts.h"
 
@@ -163,6 +164,29 @@ OSErr Find(const RefFacts& facts, std::string* path) {
     return code;
 }
 
+// --- Aliases ------------------------------------------------------------------------------------
+
+// Where a link leads: one step, or to its end.
+OSErr ResolveLink(const std::string& path, bool chains, std::string* target, bool* targetIsFolder,
+                  bool* wasAliased) {
+    ItemStatus status;
+    if (const OSErr code = GetItemStatus(path.c_str(), &status); code != noErr) return code;
+    *wasAliased = status.kind == ItemKind::kLink;
+    *target = path;
+    if (*wasAliased) {
+        std::string text;
+        if (chains) {
+            if (RealPath(path.c_str(), target) != noErr) return fnfErr;
+        } else {
+            if (ReadLink(path.c_str(), &text) != noErr) return fnfErr;
+            *target = text.starts_with('/') ? text : ParentOf(path) + "/" + text;
+        }
+        if (GetItemStatus(target->c_str(), &status) != noErr) return fnfErr;
+    }
+    *targetIsFolder = status.kind == ItemKind::kFolder;
+    return noErr;
+}
+
 }  // namespace
 }  // namespace Host
 
@@ -175,6 +199,20 @@ OSErr FSPathMakeRef(const char* path, FSRef* ref) {
 OSErr FSRefMakePath(const FSRef* ref, std::string* path) {
     if (ref == nullptr || path == nullptr) return paramErr;
     return Host::Find(std::bit_cast<Host::RefFacts>(*ref), path);
+}
+
+OSErr FSResolveAliasFile(FSRef* ref, bool resolveChains, bool* targetIsFolder, bool* wasAliased) {
+    if (ref == nullptr || targetIsFolder == nullptr || wasAliased == nullptr) return paramErr;
+    std::string path;
+    if (const OSErr code = FSRefMakePath(ref, &path); code != noErr) return code;
+    std::string target;
+    bool isFolder = false;
+    bool isAlias = false;
+    OSErr code = Host::ResolveLink(path, resolveChains, &target, &isFolder, &isAlias);
+    if (code == noErr && isAlias) code = FSPathMakeRef(target.c_str(), ref);
+    if (code == noErr) *targetIsFolder = isFolder;
+    *wasAliased = isAlias;
+    return code;
 }
 
 }  // namespace Ondrel
