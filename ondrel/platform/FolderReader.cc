@@ -70,11 +70,13 @@ FolderReader& FolderReader::operator=(FolderReader&& other) noexcept {
     buffer_ = std::move(other.buffer_);
     name_ = std::exchange(other.name_, {});
     kind_ = std::exchange(other.kind_, ItemKind::kNone);
+    error_ = std::exchange(other.error_, noErr);
     return *this;
 }
 
 OSErr FolderReader::Open(const char* path) {
     Close();
+    error_ = noErr;
     Descriptor folder = OpenPath(path, O_RDONLY | O_DIRECTORY);
     if (!folder.IsOpen()) return LastHostError();
     buffer_.resize(kTransferSize);
@@ -109,6 +111,7 @@ bool FolderReader::Refill() {
     if (fd_ < 0) return false;
     const auto got =
         Retry([&] { return syscalls.getdents64(fd_, buffer_.data(), buffer_.size()); });
+    if (got == -1) error_ = LastHostError();
     position_ = 0;
     filled_ = got > 0 ? static_cast<std::size_t>(got) : 0;
     return filled_ > 0;

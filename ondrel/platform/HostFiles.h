@@ -73,6 +73,9 @@ class FolderReader {
     // Moves to the next entry; false at the end and after a failure.
     bool Next();
 
+    // After the last Next: noErr at the end of the folder, or the code of the failure.
+    OSErr Error() const { return error_; }
+
     // The current entry: its name as stored (it stays valid until the next call of Next), and its
     // kind as the folder knows it, kNone where the file system does not tell.
     std::string_view Name() const { return name_; }
@@ -89,6 +92,7 @@ class FolderReader {
     std::string buffer_;
     std::string_view name_;
     ItemKind kind_ = ItemKind::kNone;
+    OSErr error_ = noErr;
 };
 
 // --- Small services -----------------------------------------------------------------------------
