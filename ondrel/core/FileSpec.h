@@ -4,8 +4,13 @@
 // A specification keeps the path that it was given. Where an item of exactly that path exists, it
 // is meant, at the cost of one system call; otherwise the components that are missing are looked up
 // by canonical equivalence in their folders (never by case), so that precomposed paths find the
-// decomposed names of a disk that came from a Mac. A path that is not full, not UTF-8 or empty
-// makes an empty specification.
+// decomposed names of a disk that came from a Mac. What is not there is looked for anew at every
+// question. A path that is not full, not UTF-8 or empty makes an empty specification, and so does
+// one with a NUL or half a surrogate pair in it.
+//
+// Of a path that is given, repeated slashes, "." and a slash at the end are dropped, and ".." is
+// resolved as the host does it: behind a link to a folder it is the parent of the link's target.
+// All other links stay in the path: a link is an item of its own, and children resolve through it.
 //
 // Names are Mac names: a ':' of the POSIX name is a '/' in them.
 #ifndef ONDREL_CORE_FILESPEC_H
@@ -24,8 +29,9 @@ class ONDREL_EXPORT FileSpecBase {
  public:
     virtual ~FileSpecBase();
 
-    // The item's own name; a volume's root has the name of its volume. False, and the text
-    // unchanged, for an empty specification.
+    // The item's own name; a volume's root has the name of its volume, unless it comes from an
+    // enumeration, which gives the name that its folder knows. False, and the text unchanged, for
+    // an empty specification.
     bool GetName(std::string& name) const;
     bool GetName(Uni16String& name) const;
 
@@ -36,15 +42,24 @@ class ONDREL_EXPORT FileSpecBase {
 
     // Makes a folder's specification denote the item of that name inside it: the item of exactly
     // that name, else one of a canonically equivalent name, else one whose name is equal ignoring
-    // case, else the name as it is given. An empty name, or one that holds a ':', makes it empty.
+    // case, else the name as it is given. A specification that leads to a file becomes empty, and
+    // so does one given what cannot be a name: an empty text, one that is not UTF-8 or holds a ':'
+    // or a NUL, "." and "..".
     void ToFile(const std::string& name);
 
  protected:
+    // What an enumeration saw of an item: its name byte for byte, and perhaps its kind.
+    enum class Seen : unsigned char { kNothing, kName, kFolder, kOther };
+
     FileSpecBase() = default;
     FileSpecBase(const FileSpecBase&) = default;
     FileSpecBase& operator=(const FileSpecBase&) = default;
 
-    std::string path_;  // full POSIX path in UTF-8, no slash at its end; empty for no item
+    void SetPath(std::string cleanPath, Seen seen = Seen::kNothing);
+    bool IsExistingFolder() const;
+
+    std::string path_;  // full POSIX path in UTF-8, no slash at its end but in "/"; empty for none
+    Seen seen_ = Seen::kNothing;
 };
 
 class ONDREL_EXPORT FileSpec : public FileSpecBase {
@@ -90,22 +105,25 @@ class ONDREL_EXPORT FileSpec : public FileSpecBase {
     // Denotes the folder that holds the item. The root folder has none: it makes it empty.
     void ToEnclosingFolderOfFile();
 
-    // Names a file that can be opened: an existing item that is no folder, links followed.
+    // Names a file that can be opened: an existing plain file, links followed. Folders, devices and
+    // pipes are none.
     virtual bool IsUsable() const;
 
-    // The same as DoesExist, for walks over folders.
+    // The same as DoesExist, for walks over folders. Of an item that an enumeration handed out,
+    // this call and IsFolder tell what the folder told then, at no cost.
     virtual bool IsPresent() const;
 
     // The item itself is a folder; a link to one is none.
     virtual bool IsFolder() const;
 
-    // Makes a folder's specification denote a file inside it, there or not, without creating it. A
-    // specification that leads to no folder becomes empty, and so does one given an empty name or
-    // one with a ':'. Case is never folded.
+    // Makes a folder's specification, or that of a link to a folder, denote a file inside it, there
+    // or not, without creating it. A specification that leads to no folder becomes empty, and so
+    // does one given what cannot be a name (see ToFile). Case is never folded.
     virtual void ToChildFile(const Uni16String& name);
 
-    // The same for a folder, or an alias that may lead to one. What does not exist is created when
-    // `create` is set, and makes the specification empty otherwise, or when it cannot be created.
+    // The same for a folder, or any other item that is there: it may be an alias that leads to one.
+    // What does not exist is created when `create` is set, and makes the specification empty
+    // otherwise, or when it cannot be created.
     virtual void ToChildFolder(const Uni16String& name, bool create);
 
     // The full POSIX path as FileSpec(const Uni16String&) accepts it back. False, and the text
@@ -114,6 +132,10 @@ class ONDREL_EXPORT FileSpec : public FileSpecBase {
     virtual bool GetPOSIXPathUtf8(std::string& path) const;
 
  private:
+    friend class FileEnumeration;
+    friend class FileSupport;
+
+    // What was answered last, so that it can be handed out by pointer; no cache, and not copied.
     mutable FSRef ref_{};
     mutable std::string diskPath_;
 };

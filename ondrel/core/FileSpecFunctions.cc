@@ -1,0 +1,62 @@
+// File operations, by specification: the items are found on disk, and the host's own operations do
+// the rest, sidecars included.
+#include "ondrel/core/FileSpecFunctions.h"
+
+#include "ondrel/core/DiskNames.h"
+
+namespace Ondrel {
+namespace {
+
+OSErr FindItem(const FileSpec& spec, Core::DiskItem* item) {
+    std::string path;
+    return spec.GetFullPath(path) ? Core::FindOnDisk(path, item) : fnfErr;
+}
+
+OSErr DeleteItem(const FileSpec& spec) {
+    Core::DiskItem item;
+    const OSErr code = FindItem(spec, &item);
+    return code == noErr ? Host::DeleteFile(item.path.c_str()) : code;
+}
+
+OSErr RenameItem(const FileSpec& from, const FileSpec& to, Host::WhenTargetExists policy) {
+    if (!to.IsValid()) return fnfErr;
+    Core::DiskItem source;
+    Core::DiskItem target;
+    const OSErr code = FindItem(from, &source);
+    if (code != noErr) return code;
+    const OSErr targetCode = FindItem(to, &target);
+    if (targetCode != noErr && !Core::IsMissing(targetCode)) return targetCode;
+    return Host::RenameItem(source.path.c_str(), target.path.c_str(), policy);
+}
+
+OSErr CreateItem(const FileSpec& spec, const FileType* type) {
+    if (!spec.IsValid()) return fnfErr;
+    Core::DiskItem item;
+    const OSErr code = FindItem(spec, &item);
+    if (code == noErr) return dupFNErr;
+    if (!Core::IsMissing(code)) return code;
+    const FileType plain;
+    const FileType& wanted = type == nullptr ? plain : *type;
+    return Host::CreateFile(item.path.c_str(), wanted.creator, wanted.type);
+}
+
+}  // namespace
+
+bool FileSpecFunctions::DeleteFile(const FileSpec& spec, bool /*reserved*/) {
+    errorCode = DeleteItem(spec);
+    return errorCode == noErr;
+}
+
+bool FileSpecFunctions::RenameFile(const FileSpec& from, const FileSpec& to, OverwriteMode mode) {
+    const bool replaces = mode == kReplace;
+    errorCode = RenameItem(
+        from, to, replaces ? Host::WhenTargetExists::kReplace : Host::WhenTargetExists::kRefuse);
+    return errorCode == noErr;
+}
+
+bool FileSpecFunctions::CreateFileWithType(const FileSpec& spec, const FileType* type) {
+    errorCode = CreateItem(spec, type);
+    return errorCode == noErr;
+}
+
+}  // namespace Ondrel
