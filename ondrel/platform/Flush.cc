@@ -5,11 +5,11 @@
 #include <string>
 
 #include "ondrel/platform/FileManager.h"
+#include "ondrel/platform/Flush.h"
 #include "ondrel/platform/HostCalls.h"
 
 namespace Ondrel {
 namespace Host {
-namespace {
 
 OSErr FlushContents(const char* path) {
     Descriptor file = OpenPath(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
@@ -24,7 +24,6 @@ OSErr FlushContents(const char* path) {
     return code != noErr ? code : closed;
 }
 
-// A file system that has no such thing for folders says EINVAL.
 OSErr FlushFolder(const std::string& path) {
     Descriptor folder = OpenPath(path.c_str(), O_RDONLY | O_DIRECTORY);
     if (!folder.IsOpen()) return LastHostError();
@@ -34,7 +33,6 @@ OSErr FlushFolder(const std::string& path) {
     return code != noErr ? code : closed;
 }
 
-}  // namespace
 }  // namespace Host
 
 OSErr FSFlushFile(const char* path) {

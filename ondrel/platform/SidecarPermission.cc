@@ -5,7 +5,6 @@ namespace Ondrel::Host {
 namespace {
 
 constexpr char kAccessList[] = "system.posix_acl_access";
-constexpr mode_t kReadAndWrite = 0666;
 constexpr mode_t kGroupBits = 0070;
 
 // The group may do what all others may. With a list, the group's bits of the mode are the list's
@@ -17,11 +16,11 @@ mode_t WithoutGroup(mode_t mode) {
 
 }  // namespace
 
-OSErr SidecarPermission::TakeFrom(const char* path) {
+OSErr SidecarPermission::TakeFrom(const char* path, mode_t bits) {
     struct stat status;
     if (Retry([&] { return syscalls.fstatat(AT_FDCWD, path, &status, 0); }) == -1)
         return LastHostError();
-    mode_ = status.st_mode & kReadAndWrite;
+    mode_ = status.st_mode & bits;
     owner_ = status.st_uid;
     group_ = status.st_gid;
     list_.clear();
@@ -53,6 +52,9 @@ OSErr SidecarPermission::Apply(const Descriptor& file) const {
             0)
         return noErr;
     if (!list_.empty()) mode = WithoutGroup(mode);
+    // A list that the file has from its folder may let in more people.
+    (void)Retry([&] { return syscalls.fremovexattr(fd, kAccessList); });
+    if (isSameOwner && (status.st_mode & 07777) == mode) return noErr;
     return CodeOf(Retry([&] { return syscalls.fchmod(fd, mode); }));
 }
 

@@ -12,16 +12,16 @@ namespace Ondrel::Host {
 
 class SidecarPermission {
  public:
-    // Learns owner, mode and access control list of the file or folder at a path. fnfErr: there is
-    // none.
-    OSErr TakeFrom(const char* path);
+    // Learns owner, these bits of the mode, and access control list of the file or folder at a
+    // path. fnfErr: there is none.
+    OSErr TakeFrom(const char* path, mode_t bits = 0666);
 
     // Gives them to a new file of ours. What the host does not let us give narrows the permission:
     // it is never an error, and never lets more people in.
     OSErr Apply(const Descriptor& file) const;
 
  private:
-    mode_t mode_ = 0;  // the read and write bits
+    mode_t mode_ = 0;  // the bits asked for
     uid_t owner_ = 0;
     gid_t group_ = 0;
     std::string list_;            // the stored access control list; empty without one
