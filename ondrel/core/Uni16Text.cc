@@ -38,7 +38,7 @@ __attribute__((no_sanitize("address"))) unsigned long Uni16CharGetLength(
     const std::uintptr_t lead = address & 15;
     const auto* block = reinterpret_cast<const __m128i*>(address - lead);
     const __m128i zero = _mm_setzero_si128();
-    const auto zerosIn = [&] {
+    const auto zerosIn = [&]() __attribute__((no_sanitize("address"))) {
         return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(*block, zero)));
     };
     unsigned zeros = zerosIn() >> lead;
