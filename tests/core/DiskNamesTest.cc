@@ -173,6 +173,8 @@ TEST(DiskNames, LinksAreFoundThemselvesAndLeadToTheChildrenOfTheirTargets) {
 
 TEST(DiskNames, NamesThatAreNotUtf8ArePassedOver) {
     const Scratch scratch;
+    scratch.Write(kDecomposed + "\xFF", "");
+    EXPECT_EQ(Found(scratch.Path(kComposed)), "(-43) " + scratch.Path(kComposed));
     scratch.Write("Zo\xEB", "");
     scratch.Write(kDecomposed, "");
     EXPECT_EQ(Found(scratch.Path(kComposed)), scratch.Path(kDecomposed));
@@ -257,6 +259,13 @@ TEST(DiskNames, APathIsCleaned) {
     };
     for (const auto& row : kRows)
         EXPECT_EQ(CleanPath(row.given), row.clean) << row.given;
+}
+
+TEST(DiskNames, AParentThatIsNotUtf8HasNoPath) {
+    const Scratch scratch;
+    scratch.MakeFolder("\xFF/target");
+    std::filesystem::create_directory_symlink("\xFF/target", scratch.Path("link"));
+    EXPECT_EQ(CleanPath(scratch.Path("link/../x")), "");
 }
 
 TEST(DiskNames, TheParentBehindALinkIsThatOfItsTarget) {

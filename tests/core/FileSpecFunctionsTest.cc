@@ -373,5 +373,29 @@ TEST(FailuresOfTheHost, LeaveACreationDoneOrUndone) {
                  });
 }
 
+TEST(FailuresOfTheHost, NeverMakeASecondItemOfAnEquivalentName) {
+    const Scratch scratch;
+    scratch.Write("from", "new");
+    scratch.Write(kDecomposed, "old");
+    const std::string before = Listing(scratch.Path());
+    const FileSpec target = SpecOf(scratch.Path(kComposed));
+    const FileSpec from = SpecOf(scratch.Path("from"));
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
+        {
+            const FaultPlan plan(n, EIO);
+            EXPECT_NE(Create(target), noErr);
+            failed = plan.Fired();
+        }
+        EXPECT_EQ(Listing(scratch.Path()), before);
+        {
+            const FaultPlan plan(n, EIO);
+            EXPECT_NE(Rename(from, target), noErr);
+            failed = failed || plan.Fired();
+        }
+        EXPECT_EQ(Listing(scratch.Path()), before);
+    }
+}
+
 }  // namespace
 }  // namespace Ondrel
