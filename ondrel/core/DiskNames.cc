@@ -9,6 +9,10 @@
 namespace Ondrel::Core {
 namespace {
 
+// No path of the host is longer in any composition, which triples a text at most. It bounds what
+// the search for a path that leads nowhere costs.
+constexpr std::size_t kLongestPath = 4 * 4096;
+
 // Whether another text can be canonically equivalent to this one: outside of ASCII many can, inside
 // only where a character beyond ASCII decomposes to a single ASCII one, as U+212A (K), U+037E (;)
 // and U+1FEF (`) do.
@@ -120,7 +124,8 @@ OSErr FindOnDisk(const std::string& path, DiskItem* item) {
     item->path = path;
     item->status = {};
     const OSErr code = Host::GetItemStatus(path.c_str(), &item->status);
-    return IsMissing(code) ? FindByEquivalence(path, code, item) : code;
+    const bool mayBeThere = IsMissing(code) && path.size() <= kLongestPath;
+    return mayBeThere ? FindByEquivalence(path, code, item) : code;
 }
 
 std::string CleanPath(std::string_view path) {

@@ -1,7 +1,8 @@
 // Enumeration of one folder's direct items, in the order of the host.
 //
 // Passed over: "." and "..", sidecars whose partner is there, and names that are not UTF-8, for
-// they have no name in this library.
+// they have no name in this library. An item's specification tells whether it is there and a folder
+// as the folder told it, so that a walk asks the host for no item by itself.
 #ifndef ONDREL_CORE_FILEENUMERATION_H
 #define ONDREL_CORE_FILEENUMERATION_H
 

@@ -19,7 +19,7 @@ struct FileType {
     unsigned int identifier = 0;
     FourCC creator = 0;
     FourCC type = 0;
-    std::string extension;  // with or without its dot; empty for none
+    std::string extension;  // with or without its dot, perhaps of parts ("tar.gz"); empty for none
 };
 
 // Makes a type known; one of the same identifier is replaced in place. Not while other threads ask.
@@ -29,10 +29,11 @@ ONDREL_EXPORT void RegisterFileType(const FileType& type);
 ONDREL_EXPORT const FileType* GetFileTypeForIdentifier(unsigned int typeId);
 
 // True when the item is of the type. A type code must be equal, and creators must be equal where
-// both are nonzero; extensions compare ignoring case. `*determined` (may be null) is set to true
-// when it could be decided, and is left alone otherwise: where the item has neither a code nor an
-// extension that any registered type knows, where the type is not registered, and where the item is
-// not there. A code that no registered type has decides: no match.
+// both are nonzero; extensions compare ignoring case, and the dot before a hidden file's name
+// starts none. `*determined` (may be null) is set to true when it could be decided, and is left
+// alone otherwise: where the item has neither a code nor an extension that any registered type
+// knows, where the type is not registered, and where the item is not there. A code that no
+// registered type has decides: no match.
 ONDREL_EXPORT bool IsFileSpecOfThisTypeID(const FileSpec& spec, unsigned int typeId,
                                           FileType::TypeCheckingMethod method, bool* determined);
 

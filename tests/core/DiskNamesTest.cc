@@ -147,6 +147,16 @@ TEST(DiskNames, ANameThatIsTooLongInOneCompositionIsFoundInAnother) {
     EXPECT_EQ(Found(scratch.Path(decomposed)), scratch.Path(composed));
 }
 
+TEST(DiskNames, APathLongerThanAnyOnTheHostIsNotSearchedFor) {
+    std::string path = "/" + kComposed;
+    while (path.size() < 1000000)
+        path += "/x";
+    DiskItem item;
+    const FaultPlan all(kNever, EIO);
+    EXPECT_EQ(FindOnDisk(path, &item), bdNamErr);
+    EXPECT_EQ(all.Calls(), 1);
+}
+
 TEST(DiskNames, AWayThroughAFileIsNoMissingItem) {
     const Scratch scratch;
     scratch.Write("file", "");
