@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "ondrel/platform/ForkTable.h"
 #include "ondrel/platform/HostCalls.h"
 #include "ondrel/platform/Sidecar.h"
 #include "ondrel/platform/SidecarAside.h"
@@ -96,6 +97,9 @@ OSErr DeleteFile(const char* path) {
     ItemStatus status;
     if (const OSErr error = GetItemStatus(path, &status); error != noErr) return error;
     if (status.kind == ItemKind::kFolder) return fnfErr;
+    if (status.kind == ItemKind::kFile &&
+        (HasOpenFork(status.device, status.inode) || IsWrittenElsewhere(path)))
+        return fBsyErr;
     if (const OSErr error = Unlink(path); error != noErr) return error;
     // The file is gone and does not come back, so that this is a success: a sidecar that stays
     // belongs to nothing, and is taken away before a new file can have its name.

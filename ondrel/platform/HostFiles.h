@@ -103,7 +103,7 @@ OSErr ReadLink(const char* path, std::string* target);
 // The folder of the running program. Empty where the host does not tell.
 std::string ProgramFolder();
 
-// The path with every link in it followed. fnfErr: it leads nowhere.
+// The absolute path with every link in it followed. fnfErr: it leads nowhere, or round and round.
 OSErr RealPath(const char* path, std::string* real);
 
 // The folder for temporary items: "TemporaryItems-<uid>" in $TMPDIR or /tmp. With `create` it is

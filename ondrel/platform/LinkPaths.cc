@@ -26,8 +26,8 @@ std::string TakeComponent(std::string* text) {
     return component;
 }
 
-// Puts a component behind an absolute path without links. A link is not put there: its text goes before what
-// is still to be walked.
+// Puts a component behind an absolute path without links. A link is not put there: its text goes
+// before what is still to be walked.
 OSErr Walk(const std::string& component, std::string* done, std::string* rest, int* links) {
     if (component == "..") {
         done->erase(done->rfind('/') == 0 ? 1 : done->rfind('/'));
@@ -43,7 +43,7 @@ OSErr Walk(const std::string& component, std::string* done, std::string* rest, i
     }
     if (error != noErr) return error;
     if (target.size() + rest->size() >= kLongestPath) return bdNamErr;
-    if (++*links > kMostLinks) return ErrorFromErrno(ELOOP);
+    if (++*links > kMostLinks) return fnfErr;
     if (target.starts_with('/')) done->resize(1);
     *rest = target + "/" + *rest;
     return noErr;

@@ -4,12 +4,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <ctime>
 #include <filesystem>
 
 #include "ondrel/platform/Sidecar.h"
+#include "tests/platform/ForkHelpers.h"
 #include "tests/support/Scratch.h"
 
 namespace Ondrel::Host {
@@ -18,6 +20,8 @@ namespace {
 using Testing::Bytes;
 using Testing::Exists;
 using Testing::Hex;
+using Testing::OpenedFork;
+using Testing::OpenFork;
 using Testing::ReadAll;
 using Testing::Scratch;
 
@@ -201,6 +205,75 @@ TEST(HostFiles, ALinkIsDeletedItself) {
     }
     EXPECT_TRUE(Exists(file));
     EXPECT_TRUE(Exists(folder));
+}
+
+TEST(HostFiles, AFileWithAnOpenForkIsBusy) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("file", "x");
+    scratch.Write("._file", Bytes(kTextSidecar));
+    ASSERT_EQ(symlink("file", scratch.Path("link").c_str()), 0);
+    for (const signed char permission : {fsRdPerm, fsWrPerm}) {
+        const OpenedFork fork(path, permission);
+        EXPECT_EQ(DeleteFile(path.c_str()), fBsyErr);
+        EXPECT_TRUE(Exists(path));
+        EXPECT_TRUE(Exists(scratch.Path("._file")));
+    }
+    {
+        const OpenedFork fork(path, fsRdPerm);
+        EXPECT_EQ(DeleteFile(scratch.Path("link").c_str()), noErr) << "a link is not its target";
+    }
+    EXPECT_EQ(DeleteFile(path.c_str()), noErr);
+}
+
+// Opens the file in another process, and holds it until it is destroyed.
+class OtherProcess {
+ public:
+    OtherProcess(const std::string& path, signed char permissions) {
+        int ready[2];
+        int done[2];
+        EXPECT_EQ(pipe(ready), 0);
+        EXPECT_EQ(pipe(done), 0);
+        child_ = fork();
+        if (child_ == 0) {
+            close(done[1]);
+            short number = 0;
+            char byte = OpenFork(path, permissions, &number) == noErr ? 'y' : 'n';
+            const bool wrote = write(ready[1], &byte, 1) == 1;
+            _exit(wrote && read(done[0], &byte, 1) == 0 ? 0 : 1);
+        }
+        close(done[0]);
+        close(ready[1]);
+        char byte = 0;
+        EXPECT_EQ(read(ready[0], &byte, 1), 1);
+        EXPECT_EQ(byte, 'y');
+        close(ready[0]);
+        done_ = done[1];
+    }
+    ~OtherProcess() {
+        close(done_);
+        int status = -1;
+        EXPECT_EQ(waitpid(child_, &status, 0), child_);
+        EXPECT_EQ(status, 0);
+    }
+    OtherProcess(const OtherProcess&) = delete;
+    OtherProcess& operator=(const OtherProcess&) = delete;
+
+ private:
+    pid_t child_ = -1;
+    int done_ = -1;
+};
+
+TEST(HostFiles, AWriterInAnotherProcessMakesAFileBusyAndAReaderDoesNot) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("file", "x");
+    {
+        const OtherProcess writer(path, fsWrPerm);
+        EXPECT_EQ(DeleteFile(path.c_str()), fBsyErr);
+        EXPECT_TRUE(Exists(path));
+    }
+    const OtherProcess reader(path, fsRdPerm);
+    EXPECT_EQ(DeleteFile(path.c_str()), noErr);
+    EXPECT_FALSE(Exists(path));
 }
 
 TEST(HostFiles, AFolderIsMadeOnce) {

@@ -1,5 +1,7 @@
 // The clock and the pause.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/time.h>
 
 #include <chrono>
 
@@ -31,6 +33,25 @@ TEST(Timing, NoTimeOrLessIsNoSleep) {
     SleepMilliseconds(0);
     SleepMilliseconds(-100000);
     EXPECT_LT(SteadyClock::now() - start, std::chrono::seconds(50));
+}
+
+volatile sig_atomic_t signalsSeen = 0;
+
+TEST(Timing, ASignalDoesNotEndTheSleep) {
+    struct sigaction action {};
+    struct sigaction old {};
+    action.sa_handler = [](int) { signalsSeen = signalsSeen + 1; };
+    ASSERT_EQ(sigaction(SIGALRM, &action, &old), 0);
+    const itimerval often = {{0, 5000}, {0, 5000}};
+    const itimerval never = {};
+    ASSERT_EQ(setitimer(ITIMER_REAL, &often, nullptr), 0);
+    const auto start = SteadyClock::now();
+    SleepMilliseconds(60);
+    const auto end = SteadyClock::now();
+    ASSERT_EQ(setitimer(ITIMER_REAL, &never, nullptr), 0);
+    ASSERT_EQ(sigaction(SIGALRM, &old, nullptr), 0);
+    EXPECT_GE(end - start, std::chrono::milliseconds(60));
+    EXPECT_GT(signalsSeen, 0);
 }
 
 }  // namespace
