@@ -12,7 +12,7 @@ namespace Ondrel::Testing {
 namespace {
 
 class DirectTest : public StreamTest {
-   protected:
+ protected:
     ~DirectTest() override { filasycacend(); }
 
     void OpenNew(fil* f, const std::string& name, const std::string& bytes = {}) {

@@ -8,7 +8,7 @@ namespace Ondrel::Testing {
 namespace {
 
 class FileOutputStreamTest : public StreamTest {
-   protected:
+ protected:
     void Create(fil* f, errtyp* e = nullptr) {
         const filref ref = Ref("a");
         ASSERT_EQ(filsav(f, e, &ref, 0), 0);
@@ -86,10 +86,11 @@ TEST_F(FileOutputStreamTest, AFailureOfClosingPropagates) {
     Create(&f, &e);
     FileOutputStream out(&f);
     FaultPlan failing(1, EIO, "close");
-    EXPECT_EQ(Try(e, [&] {
-                  out.close();
-                  return 0;
-              }),
+    EXPECT_EQ(Try(e,
+                  [&] {
+                      out.close();
+                      return 0;
+                  }),
               Raised(-1));
     EXPECT_EQ(f.sys, nullptr);
     EXPECT_EQ(out.file, nullptr);

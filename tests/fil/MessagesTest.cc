@@ -53,11 +53,13 @@ TEST_F(MessagesTest, AStreamTellsItsErrorItsOperationAndItsPath) {
         f.sys->error = message.code;
         lasterror = -36;
         f.sys->mode = kFilModeRead;
-        EXPECT_EQ(GetFileErrorMessage(&f), std::string(message.text) + " while reading file Test:a.");
+        EXPECT_EQ(GetFileErrorMessage(&f),
+                  std::string(message.text) + " while reading file Test:a.");
         EXPECT_EQ(lasterror, 0) << "asking for a stream's message clears it";
         f.sys->mode = kFilModeWrite;
-        EXPECT_EQ(GetFileErrorMessage(&f), std::string(message.text) + " while writing file Test:a.");
-        for (const unsigned short mode : {0, 4}) {
+        EXPECT_EQ(GetFileErrorMessage(&f),
+                  std::string(message.text) + " while writing file Test:a.");
+        for (const unsigned short mode : {std::uint16_t{0}, std::uint16_t{4}}) {
             f.sys->mode = mode;
             EXPECT_EQ(GetFileErrorMessage(&f),
                       std::string(message.text) + " while opening file Test:a.");

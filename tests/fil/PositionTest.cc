@@ -8,7 +8,7 @@ namespace Ondrel::Testing {
 namespace {
 
 class PositionTest : public StreamTest {
-   protected:
+ protected:
     void Create(fil* f, const std::string& name, errtyp* e = nullptr) {
         const filref ref = Ref(name);
         ASSERT_EQ(filsav(f, e, &ref, 0), 0);
@@ -58,12 +58,15 @@ TEST_F(PositionTest, TheStartIsReadAgain) {
     OpenPattern(&f, 100000);
     for (const int from : {0, 1, 10, 16384, 16385, 30000, 40000, 99999}) {
         ASSERT_EQ(filpos(&f, from), 0);
-        if (from > 0) ASSERT_EQ(filrea8(&f), PatternByte(from));
+        if (from > 0) {
+            ASSERT_EQ(filrea8(&f), PatternByte(from));
+        }
         EXPECT_EQ(filpos(&f, 0), 0);
         EXPECT_EQ(filpos(&f), 0) << "from " << from;
         EXPECT_EQ(filpos(&f, 0), 0) << "twice";
         EXPECT_EQ(filpos(&f), 0);
-        for (int i = 0; i < 20000; ++i) ASSERT_EQ(filrea8(&f), PatternByte(i)) << from << " " << i;
+        for (int i = 0; i < 20000; ++i)
+            ASSERT_EQ(filrea8(&f), PatternByte(i)) << from << " " << i;
     }
 }
 
@@ -296,7 +299,8 @@ TEST_F(PositionTest, AMarkerHoldsTheLengthOfItsBlock) {
     ASSERT_EQ(filwri8(&f, 0xEE), 0);
     const int marker = filwripos(&f);
     EXPECT_EQ(marker, 1);
-    for (int i = 0; i < 10; ++i) ASSERT_EQ(filwri8(&f, i), 0);
+    for (int i = 0; i < 10; ++i)
+        ASSERT_EQ(filwri8(&f, i), 0);
     EXPECT_EQ(filwrilen(&f, marker), 0);
     EXPECT_EQ(filpos(&f), 15);
     EXPECT_EQ(filclo(&f), 0);
@@ -382,7 +386,8 @@ TEST_F(PositionTest, NestedMarkersAcrossBuffersHoldTheirLengths) {
     ASSERT_EQ(filwri(&f, AsBytes(block), 10000), 0);
     EXPECT_EQ(filwrilen(&f, inner1), 0);
     const int inner2 = filwripos(&f);
-    for (int i = 0; i < 5; ++i) ASSERT_EQ(filwri(&f, AsBytes(block), 10000), 0);
+    for (int i = 0; i < 5; ++i)
+        ASSERT_EQ(filwri(&f, AsBytes(block), 10000), 0);
     EXPECT_EQ(filwrilen(&f, inner2), 0);
     EXPECT_EQ(filwrilen(&f, outer), 0);
     ASSERT_EQ(filclo(&f), 0);

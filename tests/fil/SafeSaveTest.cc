@@ -17,7 +17,7 @@ namespace Ondrel::Testing {
 namespace {
 
 class SafeSaveTest : public StreamTest {
-   protected:
+ protected:
     SafeSaveTest() {
         const char* const before = getenv("TMPDIR");
         hadTmpdir_ = before != nullptr;
@@ -42,7 +42,7 @@ class SafeSaveTest : public StreamTest {
         return path;
     }
 
-   private:
+ private:
     std::string tmpdir_;
     bool hadTmpdir_ = false;
 };
@@ -73,7 +73,8 @@ TEST_F(SafeSaveTest, WithoutAFolderTheFileLandsAmongTheTemporaryItems) {
     const filref empty = Ref("");
     filref nothing;
     nothing.allocate();
-    for (const filref* folder : {static_cast<const filref*>(nullptr), static_cast<const filref*>(&nothing)}) {
+    for (const filref* folder :
+         {static_cast<const filref*>(nullptr), static_cast<const filref*>(&nothing)}) {
         fil f;
         ASSERT_EQ(filsavtem(&f, nullptr, folder, 0, nullptr), 0);
         EXPECT_EQ(f.sys->mode, kFilModeWrite);

@@ -87,7 +87,8 @@ TEST_F(SaveTest, AFolderInThePlaceOfTheFileStays) {
     fil f;
     EXPECT_EQ(Save(&f, nullptr, Ref("folder")), -1);
     EXPECT_EQ(f.sys->error, -43);
-    EXPECT_EQ(GetFileErrorMessage(&f), "File not found error (#-43) while opening file Test:folder:.");
+    EXPECT_EQ(GetFileErrorMessage(&f),
+              "File not found error (#-43) while opening file Test:folder:.");
     EXPECT_EQ(filclo(&f), 0);
     EXPECT_EQ(Contents("folder/inside"), "x");
 }
@@ -156,7 +157,8 @@ TEST_F(SaveTest, AnotherProcessThatWritesRefusesUs) {
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_EQ(WEXITSTATUS(status), 0);
-    for (const int fd : {ready[0], ready[1], done[0], done[1]}) close(fd);
+    for (const int fd : {ready[0], ready[1], done[0], done[1]})
+        close(fd);
     EXPECT_EQ(fildel(Ref("a")), 0);
 }
 

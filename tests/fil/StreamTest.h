@@ -1,5 +1,5 @@
-// The fixture of the stream tests: a scratch folder mounted as the volume "Test", references into it,
-// and a way to see what a call raised or returned.
+// The fixture of the stream tests: a scratch folder mounted as the volume "Test", references into
+// it, and a way to see what a call raised or returned.
 #ifndef TESTS_FIL_STREAMTEST_H
 #define TESTS_FIL_STREAMTEST_H
 
@@ -23,8 +23,12 @@ struct Outcome {
     bool operator==(const Outcome& other) const = default;
 };
 
-inline Outcome Raised(int value) { return {true, value}; }
-inline Outcome Returned(int value) { return {false, value}; }
+inline Outcome Raised(int value) {
+    return {true, value};
+}
+inline Outcome Returned(int value) {
+    return {false, value};
+}
 
 inline std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
     return out << (outcome.raised ? "raised " : "returned ") << outcome.value;
@@ -34,16 +38,21 @@ inline std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
 template <class Call>
 Outcome Try(errtyp& e, const Call& call) {
     switch (setjmp(e.context)) {
-        case 0: return Returned(call());
-        case -1: return Raised(-1);
-        case -2: return Raised(-2);
-        case -3: return Raised(-3);
-        default: return Raised(-1000);
+        case 0:
+            return Returned(call());
+        case -1:
+            return Raised(-1);
+        case -2:
+            return Raised(-2);
+        case -3:
+            return Raised(-3);
+        default:
+            return Raised(-1000);
     }
 }
 
 class StreamTest : public ::testing::Test {
-   protected:
+ protected:
     StreamTest() {
         MountVolume("Test", scratch_.Path().c_str());
         messages_.clear();
@@ -68,23 +77,22 @@ class StreamTest : public ::testing::Test {
     // A file of `size` bytes that tell their positions.
     std::string WritePattern(const std::string& name, int size) const {
         std::string bytes(static_cast<std::size_t>(size), '\0');
-        for (int i = 0; i < size; ++i) bytes[static_cast<std::size_t>(i)] = PatternAt(i);
+        for (int i = 0; i < size; ++i)
+            bytes[static_cast<std::size_t>(i)] = PatternAt(i);
         scratch_.Write(name, bytes);
         return bytes;
     }
     static char PatternAt(int position) {
         return static_cast<char>((position * 7 + position / 251) & 255);
     }
-    static int PatternByte(int position) {
-        return static_cast<unsigned char>(PatternAt(position));
-    }
+    static int PatternByte(int position) { return static_cast<unsigned char>(PatternAt(position)); }
 
     // Everything that debug() was given since the test began.
     static std::vector<std::string>& Messages() { return messages_; }
 
     Scratch scratch_;
 
-   private:
+ private:
     static inline std::vector<std::string> messages_;
     DebugHandler previous_ = nullptr;
 };

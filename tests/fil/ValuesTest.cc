@@ -8,7 +8,7 @@ namespace Ondrel::Testing {
 namespace {
 
 class ValuesTest : public StreamTest {
-   protected:
+ protected:
     // A file of that name, open for writing, or for reading.
     void Create(fil* f, const std::string& name, errtyp* e = nullptr) {
         const filref ref = Ref(name);
@@ -50,23 +50,37 @@ TEST_F(ValuesTest, ValuesThatStraddleTheBuffersAreWrittenAndReadAtEveryOffset) {
                 Create(&f, "a");
                 ASSERT_EQ(filwri(&f, AsBytes(expected), whole + before), 0);
                 const int value = 0x81B2C3D4;
-                if (width == 1) EXPECT_EQ(filwri8(&f, value), 0);
-                if (width == 2) EXPECT_EQ(filwri16(&f, value), 0);
-                if (width == 4) EXPECT_EQ(filwri32(&f, value), 0);
+                if (width == 1) {
+                    EXPECT_EQ(filwri8(&f, value), 0);
+                }
+                if (width == 2) {
+                    EXPECT_EQ(filwri16(&f, value), 0);
+                }
+                if (width == 4) {
+                    EXPECT_EQ(filwri32(&f, value), 0);
+                }
                 EXPECT_EQ(filpos(&f), whole + before + width);
                 EXPECT_EQ(filwri8(&f, 'e'), 0);
                 ASSERT_EQ(filclo(&f), 0);
-                const std::string stored = Bytes("81 B2 C3 D4").substr(static_cast<size_t>(4 - width));
+                const std::string stored =
+                    Bytes("81 B2 C3 D4").substr(static_cast<size_t>(4 - width));
                 expected += stored + "e";
                 ASSERT_EQ(Contents("a"), expected) << width << " at " << before;
 
                 Open(&f, "a");
                 std::string skipped(static_cast<std::size_t>(whole + before), '\0');
-                ASSERT_EQ(filrea(&f, reinterpret_cast<unsigned char*>(skipped.data()),
-                                 whole + before), 0);
-                if (width == 1) EXPECT_EQ(filrea8(&f), 0xD4);
-                if (width == 2) EXPECT_EQ(filrea16(&f), 0xC3D4);
-                if (width == 4) EXPECT_EQ(filrea32(&f), value);
+                ASSERT_EQ(
+                    filrea(&f, reinterpret_cast<unsigned char*>(skipped.data()), whole + before),
+                    0);
+                if (width == 1) {
+                    EXPECT_EQ(filrea8(&f), 0xD4);
+                }
+                if (width == 2) {
+                    EXPECT_EQ(filrea16(&f), 0xC3D4);
+                }
+                if (width == 4) {
+                    EXPECT_EQ(filrea32(&f), value);
+                }
                 EXPECT_EQ(filpos(&f), whole + before + width);
                 EXPECT_EQ(filrea8(&f), 'e');
                 EXPECT_EQ(filrea8(&f), -3);
@@ -151,7 +165,8 @@ TEST_F(ValuesTest, FilesOfWholeBuffersReadToTheLastByte) {
 TEST_F(ValuesTest, TheByteThatFillsABufferWritesItAtOnce) {
     fil f;
     Create(&f, "a");
-    for (int i = 0; i < 16383; ++i) ASSERT_EQ(filwri8(&f, i), 0);
+    for (int i = 0; i < 16383; ++i)
+        ASSERT_EQ(filwri8(&f, i), 0);
     EXPECT_EQ(f.count, 1);
     EXPECT_EQ(filgeteof(&f), 0);
     EXPECT_EQ(filwri8(&f, 'l'), 0);
@@ -377,7 +392,8 @@ TEST_F(ValuesTest, ShortTransfersAreContinued) {
     ASSERT_EQ(filclo(&f), 0);
     EXPECT_EQ(Contents("a"), expected);
     Open(&f, "a");
-    for (int i = 0; i < 50000; ++i) ASSERT_EQ(filrea8(&f), PatternByte(i)) << i;
+    for (int i = 0; i < 50000; ++i)
+        ASSERT_EQ(filrea8(&f), PatternByte(i)) << i;
     EXPECT_EQ(filrea8(&f), -3);
 }
 
