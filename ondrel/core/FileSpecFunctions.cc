@@ -3,6 +3,7 @@
 #include "ondrel/core/FileSpecFunctions.h"
 
 #include "ondrel/core/DiskNames.h"
+#include "ondrel/platform/ReplaceFile.h"
 
 namespace Ondrel {
 namespace {
@@ -27,6 +28,17 @@ OSErr RenameItem(const FileSpec& from, const FileSpec& to, Host::WhenTargetExist
     const OSErr targetCode = FindItem(to, &target);
     if (targetCode != noErr && !Core::IsMissing(targetCode)) return targetCode;
     return Host::RenameItem(source.path.c_str(), target.path.c_str(), policy);
+}
+
+OSErr ReplaceItem(const FileSpec& finished, const FileSpec& document) {
+    if (!document.IsValid()) return fnfErr;
+    Core::DiskItem source;
+    Core::DiskItem target;
+    const OSErr code = FindItem(finished, &source);
+    if (code != noErr) return code;
+    const OSErr targetCode = FindItem(document, &target);
+    if (targetCode != noErr && !Core::IsMissing(targetCode)) return targetCode;
+    return Host::ReplaceFile(source.path.c_str(), target.path.c_str());
 }
 
 OSErr CreateItem(const FileSpec& spec, const FileType* type) {
@@ -56,6 +68,11 @@ bool FileSpecFunctions::RenameFile(const FileSpec& from, const FileSpec& to, Ove
 
 bool FileSpecFunctions::CreateFileWithType(const FileSpec& spec, const FileType* type) {
     errorCode = CreateItem(spec, type);
+    return errorCode == noErr;
+}
+
+bool FileSpecFunctions::ReplaceFile(const FileSpec& finished, const FileSpec& document) {
+    errorCode = ReplaceItem(finished, document);
     return errorCode == noErr;
 }
 

@@ -34,6 +34,30 @@ class ONDREL_EXPORT FileSpecFunctions : public FileSpecFunctionsBase {
     // Creates an empty file with the type's codes; a null type, or one without codes, makes a plain
     // file. dupFNErr: an item is there already, and is left alone. The name is created precomposed.
     bool CreateFileWithType(const FileSpec& spec, const FileType* type);
+
+    // The end of a safe save: puts a finished file in the place of a document, and flushes both it
+    // and the folder, so that whatever fails, and whenever the process is killed, the old document
+    // or the new one is there, whole.
+    //
+    // The document keeps its permission, access control list and extended attributes, its owner and
+    // group where the host lets us give them (where not, the permission is narrowed, never
+    // widened), its codes and Finder flags, and its resource fork unless the finished file has one
+    // of its own. A document without codes gets those of the finished file. A symbolic link stays,
+    // and the file it leads to is replaced. Other hard links of the old document keep the old one.
+    // A document that is not there yet is made of the finished file as it is.
+    //
+    // The two may lie on different file systems: then the finished file is copied beside the
+    // document first (under a name that begins with a dot, which a killed process leaves behind).
+    // The finished file and its sidecar are gone afterwards; after a failure they are still there.
+    //
+    //   fnfErr   no such finished file, no folder to put it in, or one of the two is no file
+    //   fBsyErr  the finished file is still open, or somebody has the document open for writing
+    //   fLckdErr, permErr, wPrErr   the document is read-only, may not be written, or lies on a
+    //            read-only volume
+    //   paramErr the two are one file
+    //   Any other code is the host's. When the folder could not be flushed, the new document is in
+    //   its place all the same.
+    bool ReplaceFile(const FileSpec& finished, const FileSpec& document);
 };
 
 }  // namespace Ondrel
