@@ -63,24 +63,14 @@ class Segment {
     std::size_t length_ = 0;
 };
 
-// The bytes of the character at the start of a text; a byte that begins none stands by itself.
-std::size_t CharacterLength(const char* text) {
-    const auto first = static_cast<unsigned char>(*text);
-    const std::size_t length = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-    std::array<char, 5> bytes{};
-    std::memcpy(bytes.data(), text, strnlen(text, length));
-    std::array<unsigned short, 4> units;
-    const auto result = Core::DecodeUtf8(bytes.data(), length, units.data(), units.size());
-    return result.stop == Core::TranscodeStop::kEnd ? length : 1;
-}
-
 }  // namespace
 
 int UTF8ToURLEncoding(const char* text, char* out, unsigned long outBytes) {
     if (outBytes == 0) return 0;
     Segment segment(out, outBytes);
     while (*text != 0) {
-        const std::size_t length = CharacterLength(text);
+        char32_t point = 0;
+        const std::size_t length = std::max<std::size_t>(Core::ReadCharacter(text, &point), 1);
         if (!segment.Append(std::string_view(text, length))) break;
         text += length;
     }

@@ -192,6 +192,12 @@ Transcoded EncodeUtf8(const unsigned short* in, std::size_t units, char* out, st
                              : Encode<true>(in, units, bytes, room);
 }
 
+std::size_t ReadCharacter(const char* in, char32_t* point) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(in);
+    *point = bytes[0];
+    return bytes[0] < 0x80 ? 1 : ReadMultiByte(bytes, point);
+}
+
 std::size_t FaultLength(const char* in) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(in);
     const unsigned first = bytes[0];

@@ -26,6 +26,10 @@ Transcoded DecodeUtf8(const char* in, std::size_t size, unsigned short* out, std
 
 Transcoded EncodeUtf8(const unsigned short* in, std::size_t units, char* out, std::size_t room);
 
+// The character at the start of a text that has a NUL at its end: its bytes, 0 for a fault, and its
+// code point.
+std::size_t ReadCharacter(const char* in, char32_t* point);
+
 // The bytes that one fault at `in` takes up: the longest start of a character there, at least one.
 // The text has a NUL at its end.
 std::size_t FaultLength(const char* in);
