@@ -123,6 +123,18 @@ TEST(DeletingFiles, OfWhatIsNotThereTellsWhy) {
     EXPECT_EQ(Delete(SpecOf(scratch.Path(std::string(256, 'x')))), -37);
 }
 
+TEST(DeletingFiles, OfAnOpenFileGivesMinus47UntilItIsClosed) {
+    const Scratch scratch;
+    const FileSpec file = SpecOf(scratch.Write("file", "bytes"));
+    short fork = 0;
+    ASSERT_EQ(FSOpenFork(file, 0, nullptr, fsRdPerm, &fork), noErr);
+    EXPECT_EQ(Delete(file), -47);
+    EXPECT_EQ(Listing(scratch.Path()), "file");
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    EXPECT_EQ(Delete(file), noErr);
+    EXPECT_EQ(Listing(scratch.Path()), "");
+}
+
 TEST(DeletingFiles, InAFolderThatMayNotBeChangedGivesMinus54) {
     const Scratch scratch;
     scratch.Write("closed/file", "");
