@@ -8,10 +8,10 @@
 #include <climits>
 #include <mutex>
 
+#include "ondrel/platform/Alias.h"
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/HoldAcrossFork.h"
 #include "ondrel/platform/HostCalls.h"
-#include "ondrel/platform/HostFiles.h"
 #include "ondrel/platform/PathCache.h"
 #include "ondrel/platform/RefFacts.h"
 
@@ -164,29 +164,6 @@ OSErr Find(const RefFacts& facts, std::string* path) {
     return code;
 }
 
-// --- Aliases ------------------------------------------------------------------------------------
-
-// Where a link leads: one step, or to its end.
-OSErr ResolveLink(const std::string& path, bool chains, std::string* target, bool* targetIsFolder,
-                  bool* wasAliased) {
-    ItemStatus status;
-    if (const OSErr code = GetItemStatus(path.c_str(), &status); code != noErr) return code;
-    *wasAliased = status.kind == ItemKind::kLink;
-    *target = path;
-    if (*wasAliased) {
-        std::string text;
-        if (chains) {
-            if (RealPath(path.c_str(), target) != noErr) return fnfErr;
-        } else {
-            if (ReadLink(path.c_str(), &text) != noErr) return fnfErr;
-            *target = text.starts_with('/') ? text : ParentOf(path) + "/" + text;
-        }
-        if (GetItemStatus(target->c_str(), &status) != noErr) return fnfErr;
-    }
-    *targetIsFolder = status.kind == ItemKind::kFolder;
-    return noErr;
-}
-
 }  // namespace
 }  // namespace Host
 
@@ -208,7 +185,7 @@ OSErr FSResolveAliasFile(FSRef* ref, bool resolveChains, bool* targetIsFolder, b
     std::string target;
     bool isFolder = false;
     bool isAlias = false;
-    OSErr code = Host::ResolveLink(path, resolveChains, &target, &isFolder, &isAlias);
+    OSErr code = Host::ResolveAlias(path, resolveChains, &target, &isFolder, &isAlias);
     if (code == noErr && isAlias) code = FSPathMakeRef(target.c_str(), ref);
     if (code == noErr) *targetIsFolder = isFolder;
     *wasAliased = isAlias;
