@@ -103,7 +103,10 @@ struct ONDREL_EXPORT filref {
     void ResolveNetworkDriveLetter();
 
     // Makes the reference one that indexing passes over: an empty file of its name in the
-    // temporary-items folder, which is created; or its own name with a '.' before it, which is not.
+    // temporary-items folder, which is created (in place of an older one); or its own name with a
+    // '.' before it, which is not. A reference without a name stays as it is in the first way, and
+    // gets "." for a name in the second. With a folder mark the '.' goes before the last 'x' of the
+    // path without it, the rest is lost, and std::out_of_range is thrown where there is none.
     void hideFromSpotlight(bool useTemporaryFolder);
 
     // The percent-encoded URL path: "/Disk/Dir/a%20b.txt". 0, or -1, `url` unchanged, when there is

@@ -3,7 +3,6 @@
 #include "ondrel/filref/textencoding.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include "ondrel/core/CString.h"
@@ -43,7 +42,7 @@ int utf8ToPlatformCString(const char* utf8, char* out, std::size_t outSize, bool
     if (outSize == 0) return 0;
     const std::string converted = utf8ToPlatformCString(std::string(utf8), keepIfInvalid);
     const std::size_t length = std::min(converted.size(), outSize - 1);
-    std::memcpy(out, converted.data(), length);
+    std::copy_n(converted.data(), length, out);
     out[length] = 0;
     return static_cast<int>(length);
 }
@@ -67,8 +66,8 @@ std::string platformStringToUtf8(const std::string& platform) {
 int platformCStringToUtf8(const char* platform, char* out, std::size_t outSize) {
     const std::string converted = platformCStringToUtf8(std::string(platform));
     const std::size_t length = std::min(converted.size(), outSize);
-    std::memcpy(out, converted.data(), length);
-    std::memset(out + length, 0, outSize - length);
+    std::copy_n(converted.data(), length, out);
+    std::fill_n(out + length, outSize - length, '\0');
     return static_cast<int>(converted.size());
 }
 

@@ -74,9 +74,10 @@ int WindowsStart(const std::uint16_t* ref, std::uint16_t* out, int& length) {
 }
 
 void AppendEscape(std::uint16_t unit, std::uint16_t* out, int& length) {
-    out[length++] = ':';
-    out[length++] = unit == '/' ? '2' : '5';
-    out[length++] = unit == '/' ? 'f' : 'c';
+    static constexpr std::uint16_t kSlash[] = {':', '2', 'f'};
+    static constexpr std::uint16_t kBackslash[] = {':', '5', 'c'};
+    for (const std::uint16_t escape : unit == '/' ? kSlash : kBackslash)
+        out[length++] = escape;
 }
 
 }  // namespace
