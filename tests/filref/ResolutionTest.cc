@@ -5,6 +5,7 @@
 #include "ondrel/core/Volumes.h"
 #include "ondrel/filref/macspec.h"
 #include "tests/filref/Support.h"
+#include "tests/platform/AliasRecords.h"
 
 namespace Ondrel {
 namespace {
@@ -102,6 +103,28 @@ constexpr Resolution kResolutions[] = {
 TEST_F(MacSpec, ResolvesAPathComponentByComponent) {
     for (const Resolution& row : kResolutions)
         EXPECT_EQ(Resolve(row.ref), row.result) << row.why;
+}
+
+TEST_F(MacSpec, FollowsAliasFilesAsItFollowsLinks) {
+    const auto makeAlias = [&](const char* name, const char* target) {
+        MakeAliasFile(disk_.Write(name, ""), AliasVersion2("Disk", "target", 99, Part(2, target)));
+    };
+    makeAlias("FinderAlias", "Disk:Real");
+    makeAlias("FinderAliasOfFile", "Disk:Docs:a.txt");
+    makeAlias("FinderBroken", "Disk:Nowhere");
+    const Resolution rows[] = {
+        {"Disk:FinderAlias:sub:f", "0 Disk:Real:sub:f", "through a folder"},
+        {"Disk:FinderAlias:x", "0 Disk:Real:", "as a folder"},
+        {"Disk:FinderAlias", "0 Disk:Real:", "at the end"},
+        {"Disk:FinderAliasOfFile", "0 Disk:Docs:a.txt", "of a file"},
+        {"Disk:FinderAliasOfFile:f", "-1 Disk:FinderAliasOfFile:f", "through a file"},
+        {"Disk:FinderBroken", "0 Disk:FinderBroken", "of nothing"},
+        {"Disk:FinderBroken:f", "-1 Disk:FinderBroken:f", "through nothing"},
+        {"Disk:FinderBroken:x", "-1 Disk:FinderBroken:x", "of no folder"},
+    };
+    for (const Resolution& row : rows)
+        EXPECT_EQ(Resolve(row.ref), row.result) << row.why;
+    EXPECT_EQ(PosixPath(Ref("Disk:FinderBroken:f")), disk_.Path("FinderBroken/f"));
 }
 
 TEST_F(MacSpec, WithoutTheFlagOnlyTheFolderMarkIsCut) {
