@@ -8,10 +8,24 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 
 #include "ondrel/platform/FileManager.h"
+#include "ondrel/platform/Syscalls.h"
 
 namespace Ondrel::Testing {
+
+// The host's table, in which a test may replace entries; this puts them back.
+class TableGuard {
+ public:
+    TableGuard() = default;
+    ~TableGuard() { syscalls = before_; }
+    TableGuard(const TableGuard&) = delete;
+    TableGuard& operator=(const TableGuard&) = delete;
+
+ private:
+    Syscalls before_ = syscalls;
+};
 
 inline OSErr OpenFork(const std::string& path, signed char permissions, short* number) {
     FSRef ref;
