@@ -25,4 +25,9 @@ void PathCache::Store(std::string_view key, std::string_view path) {
     index_.emplace(entries_.front().key, entries_.begin());
 }
 
+void PathCache::Clear() {
+    index_.clear();
+    entries_.clear();
+}
+
 }  // namespace Ondrel::Host

@@ -19,6 +19,7 @@ class PathCache {
 
     bool Find(std::string_view key, std::string* path);
     void Store(std::string_view key, std::string_view path);
+    void Clear();
 
  private:
     struct Entry {

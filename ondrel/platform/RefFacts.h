@@ -3,16 +3,16 @@
 //
 //   offset  size  meaning (host byte order: a reference lives no longer than the process)
 //        0     4  kMark; all zero bytes name nothing
-//        4     2  number of folders above the item's own folder and below the root, own included
+//        4     2  number of folders below the root that the way to the item leads through
 //        6     2  zero
-//        8    16  device and inode of the item
-//       24    16  device and inode of its folder
-//       40     4  hash of the item's name
-//       44    36  hashes of the folders' names from the root on, each of as many bits as all of
-//                 them have room for, at most 32
+//        8    24  identity of the item
+//       32    12  inode and device of its folder
+//       44     4  hash of the item's name
+//       48    32  hashes of the names of the folders on the way, from the root on
 //
-// The hashes guide the way down from the root; whether it was the right one is seen at its end by
-// the identities, so that a collision costs a detour and never gives a wrong item.
+// The hashes guide the way down from the root, with more bits for the first names, where folders
+// have many others beside them. Whether it was the right way is seen at its end by the identities,
+// so that a collision costs a detour and never gives a wrong item.
 #ifndef ONDREL_PLATFORM_REFFACTS_H
 #define ONDREL_PLATFORM_REFFACTS_H
 
@@ -24,10 +24,15 @@
 
 namespace Ondrel::Host {
 
-struct FileIdentity {
-    std::uint64_t device;
+// What tells an item from every other. A file system gives an inode number anew as soon as its file
+// is gone; the time of birth tells the two files apart, unless both were born within one tick of
+// the file system's clock.
+struct Identity {
     std::uint64_t inode;
-    bool operator==(const FileIdentity&) const = default;
+    std::int64_t birth;  // nanoseconds since 1970; 0 where the file system does not know
+    std::uint32_t device;
+    std::uint32_t kind;  // the type bits of its mode
+    bool operator==(const Identity&) const = default;
 };
 
 struct RefFacts {
@@ -36,12 +41,20 @@ struct RefFacts {
     std::uint32_t mark;
     std::uint16_t depth;
     std::uint16_t zero;
-    FileIdentity item;
-    FileIdentity folder;
+    Identity item;
+    std::uint64_t folderInode;
+    std::uint32_t folderDevice;
     std::uint32_t nameHash;
-    unsigned char chain[36];
+    unsigned char chain[32];
+
+    bool IsFolder(const Identity& other) const {
+        return other.inode == folderInode && other.device == folderDevice;
+    }
 };
 static_assert(sizeof(RefFacts) == 80);
+
+// The identity of the item at a path, as statx takes it; a failure is the code.
+OSErr GetIdentity(int folder, const char* path, int flags, Identity* identity);
 
 std::uint32_t HashOfName(std::string_view name);
 
@@ -54,6 +67,9 @@ OSErr FindInFolder(const std::string& folderPath, const RefFacts& facts, std::st
 
 // Looks for the item from the root on, along the chain.
 OSErr FindFromRoot(const RefFacts& facts, std::string* path);
+
+// Forgets where all items were seen last, so that references have to be searched for: for tests.
+void ForgetPlaces();
 
 }  // namespace Ondrel::Host
 

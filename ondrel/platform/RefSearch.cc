@@ -18,19 +18,38 @@ constexpr unsigned kChainBits = 8 * sizeof(RefFacts::chain);
 
 // A search opens no more folders than this: with links in circles and few bits a level, the ways
 // down could be without end.
-constexpr int kMostFolders = 10000;
+constexpr int kMostFolders = 4096;
 
 // --- The chain ----------------------------------------------------------------------------------
 
-// Bits that each of `depth` names has in the chain.
-unsigned BitsPerName(unsigned depth) {
-    return depth == 0 ? 0 : std::clamp(kChainBits / depth, 1U, 32U);
+constexpr unsigned kTopNames = 8;
+constexpr unsigned kTopBits = 16;  // of each of these
+constexpr unsigned kMostBits = 32;
+
+// The bits of the name at `level`: all names alike while they have many, else many for the names at
+// the top and for the others what is left. Names beyond the room have none.
+struct ChainPart {
+    unsigned at;
+    unsigned bits;
+};
+
+ChainPart PartOfChain(unsigned depth, unsigned level) {
+    if (depth * kTopBits <= kChainBits) {
+        const unsigned bits = std::min(kMostBits, kChainBits / depth);
+        return {level * bits, bits};
+    }
+    if (level < kTopNames) return {level * kTopBits, kTopBits};
+    constexpr unsigned kTop = kTopNames * kTopBits;
+    const unsigned bits = std::max(1U, (kChainBits - kTop) / (depth - kTopNames));
+    const unsigned at = kTop + (level - kTopNames) * bits;
+    return {at, at + bits <= kChainBits ? bits : 0};
 }
 
-// Whether `hash` may be that of the name at `level`. Names beyond the room of the chain match all.
+// Whether `hash` may be that of the name at `level`.
 bool MatchesChain(const RefFacts& facts, unsigned level, std::uint32_t hash) {
-    const unsigned bits = BitsPerName(facts.depth);
-    for (unsigned i = 0, at = level * bits; i < bits && at < kChainBits; ++i, ++at) {
+    const ChainPart part = PartOfChain(facts.depth, level);
+    for (unsigned i = 0; i < part.bits; ++i) {
+        const unsigned at = part.at + i;
         const unsigned stored = (facts.chain[at / 8] >> (at % 8)) & 1U;
         if (stored != ((hash >> i) & 1U)) return false;
     }
@@ -67,15 +86,30 @@ std::string Join(const std::string& folder, std::string_view name) {
     return path.append(name);
 }
 
-// A folder that is not there, or not for us, is not the one we look for; other failures count.
-bool IsElsewhere(OSErr code) {
-    return code == fnfErr || code == dirNFErr || code == permErr;
+// The code of a folder that could not be opened: dirNFErr when it is none, or none that we may look
+// into, or when the way to it is too long or too crooked to be the one.
+OSErr CodeOfFolder() {
+    switch (errno) {
+        case ENOENT:
+        case ENOTDIR:
+        case EACCES:
+        case EPERM:
+        case ELOOP:
+        case ENAMETOOLONG:
+            return dirNFErr;
+        default:
+            return LastHostError();
+    }
 }
 
 // --- The way down -------------------------------------------------------------------------------
 
 struct Search {
     explicit Search(const RefFacts& sought) : facts(sought) {}
+
+    void Note(OSErr code) {
+        if (failure == noErr && code != dirNFErr && code != fnfErr) failure = code;
+    }
 
     const RefFacts& facts;
     int foldersLeft = kMostFolders;
@@ -87,7 +121,7 @@ struct Search {
 OSErr Candidates(const std::string& folderPath, const RefFacts& facts, unsigned level,
                  std::vector<std::string>* names) {
     const Descriptor folder = OpenPath(folderPath.c_str(), O_RDONLY | O_DIRECTORY);
-    if (!folder.IsOpen()) return LastHostError();
+    if (!folder.IsOpen()) return CodeOfFolder();
     return List(folder.Get(), [&](std::uint64_t, unsigned char type, std::string_view name) {
         const bool mayLead = type == DT_DIR || type == DT_LNK || type == DT_UNKNOWN;
         if (mayLead && !IsDots(name) && MatchesChain(facts, level, HashOfName(name)))
@@ -102,7 +136,7 @@ bool Descend(Search& search, const std::string& folderPath, unsigned level);
 bool Arrive(Search& search, const std::string& folderPath) {
     const OSErr code = FindInFolder(folderPath, search.facts, &search.found);
     if (code == fnfErr) search.foldersLeft = 0;
-    if (search.failure == noErr && !IsElsewhere(code)) search.failure = code;
+    search.Note(code);
     return code == noErr;
 }
 
@@ -110,7 +144,7 @@ bool Arrive(Search& search, const std::string& folderPath) {
 bool GoOn(Search& search, const std::string& folderPath, unsigned level) {
     std::vector<std::string> names;
     const OSErr code = Candidates(folderPath, search.facts, level, &names);
-    if (search.failure == noErr && !IsElsewhere(code)) search.failure = code;
+    search.Note(code);
     return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
         return Descend(search, Join(folderPath, name), level + 1);
     });
@@ -143,23 +177,38 @@ void SetChain(std::string_view folderPath, RefFacts* facts) {
         at = end + 1;
     }
     facts->depth = static_cast<std::uint16_t>(hashes.size());
-    const unsigned bits = BitsPerName(facts->depth);
-    unsigned at = 0;
-    for (const std::uint32_t hash : hashes) {
-        for (unsigned i = 0; i < bits && at < kChainBits; ++i, ++at) {
-            const unsigned bit = (hash >> i) & 1U;
-            facts->chain[at / 8] =
-                static_cast<unsigned char>(facts->chain[at / 8] | bit << (at % 8));
+    for (unsigned level = 0; level < facts->depth; ++level) {
+        const ChainPart part = PartOfChain(facts->depth, level);
+        for (unsigned i = 0; i < part.bits; ++i) {
+            const unsigned bit = (hashes[level] >> i) & 1U;
+            unsigned char& byte = facts->chain[(part.at + i) / 8];
+            byte = static_cast<unsigned char>(byte | bit << ((part.at + i) % 8));
         }
     }
 }
 
+OSErr GetIdentity(int folder, const char* path, int flags, Identity* identity) {
+    constexpr unsigned kMask = STATX_TYPE | STATX_INO | STATX_BTIME;
+    struct statx status;
+    if (Retry([&] { return syscalls.statx(folder, path, flags, kMask, &status); }) == -1)
+        return LastHostError();
+    const bool knowsBirth = (status.stx_mask & STATX_BTIME) != 0;
+    identity->inode = status.stx_ino;
+    identity->birth = knowsBirth ? status.stx_btime.tv_sec * 1000000000 +
+                                       static_cast<std::int64_t>(status.stx_btime.tv_nsec)
+                                 : 0;
+    identity->device = status.stx_dev_major << 20 | status.stx_dev_minor;
+    identity->kind = status.stx_mode & static_cast<unsigned>(S_IFMT);
+    return noErr;
+}
+
 OSErr FindInFolder(const std::string& folderPath, const RefFacts& facts, std::string* path) {
     const Descriptor folder = OpenPath(folderPath.c_str(), O_RDONLY | O_DIRECTORY);
-    if (!folder.IsOpen()) return errno == ENOENT ? dirNFErr : LastHostError();
-    struct stat status;
-    if (Retry([&] { return syscalls.fstat(folder.Get(), &status); }) == -1) return LastHostError();
-    if (facts.folder != FileIdentity{status.st_dev, status.st_ino}) return dirNFErr;
+    if (!folder.IsOpen()) return CodeOfFolder();
+    Identity seen{};
+    if (const OSErr code = GetIdentity(folder.Get(), "", AT_EMPTY_PATH, &seen); code != noErr)
+        return code;
+    if (!facts.IsFolder(seen)) return dirNFErr;
 
     // Of several names of the item the one of the reference is meant. The root of a mounted volume
     // has another inode number in the listing than by itself; its name finds it.
@@ -170,11 +219,8 @@ OSErr FindInFolder(const std::string& folderPath, const RefFacts& facts, std::st
             const bool sameName = HashOfName(entry) == facts.nameHash;
             if (inode != facts.item.inode && !sameName) return false;
             const std::string text(entry);
-            const int result = Retry([&] {
-                return syscalls.fstatat(folder.Get(), text.c_str(), &status, AT_SYMLINK_NOFOLLOW);
-            });
-            if (result == -1 || facts.item != FileIdentity{status.st_dev, status.st_ino})
-                return false;
+            const OSErr code = GetIdentity(folder.Get(), text.c_str(), AT_SYMLINK_NOFOLLOW, &seen);
+            if (code != noErr || seen != facts.item) return false;
             if (name.empty() || sameName) name = text;
             return sameName;
         });

@@ -70,14 +70,6 @@ bool RecallFolder(const RefFacts& facts, std::string* path) {
     return ThePlaces().folders.Find(BytesOf(FolderOf(facts)), path);
 }
 
-OSErr GetIdentity(const char* path, int flags, FileIdentity* identity) {
-    struct stat status;
-    if (Retry([&] { return syscalls.fstatat(AT_FDCWD, path, &status, flags); }) == -1)
-        return LastHostError();
-    *identity = {status.st_dev, status.st_ino};
-    return noErr;
-}
-
 // --- From a path --------------------------------------------------------------------------------
 
 // The path of a folder as the host tells it, for one that leads upwards: what ".." means behind a
@@ -116,12 +108,15 @@ OSErr MakeRef(std::string_view givenPath, FSRef* ref) {
     RefFacts facts{};
     facts.mark = RefFacts::kMark;
     if (const OSErr code = TidyPath(givenPath, &path); code != noErr) return code;
-    if (const OSErr code = GetIdentity(path.c_str(), AT_SYMLINK_NOFOLLOW, &facts.item);
+    if (const OSErr code = GetIdentity(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, &facts.item);
         code != noErr)
         return code;
     const std::string folder = ParentOf(path);
-    if (const OSErr code = GetIdentity(folder.c_str(), 0, &facts.folder); code != noErr)
+    Identity folderIdentity{};
+    if (const OSErr code = GetIdentity(AT_FDCWD, folder.c_str(), 0, &folderIdentity); code != noErr)
         return code;
+    facts.folderInode = folderIdentity.inode;
+    facts.folderDevice = folderIdentity.device;
     facts.nameHash = HashOfName(std::string_view(path).substr(path.rfind('/') + 1));
     SetChain(folder, &facts);
     Remember(facts, path);
@@ -133,8 +128,8 @@ OSErr MakeRef(std::string_view givenPath, FSRef* ref) {
 
 // Whether the item is at that path. Another item, or none, gives fnfErr.
 OSErr CheckPath(const RefFacts& facts, const std::string& path) {
-    FileIdentity there{};
-    const OSErr code = GetIdentity(path.c_str(), AT_SYMLINK_NOFOLLOW, &there);
+    Identity there{};
+    const OSErr code = GetIdentity(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, &there);
     if (code == dirNFErr) return fnfErr;
     if (code != noErr) return code;
     return there == facts.item ? noErr : fnfErr;
@@ -142,7 +137,7 @@ OSErr CheckPath(const RefFacts& facts, const std::string& path) {
 
 // Looks where the item can be but was not last seen.
 OSErr Search(const RefFacts& facts, std::string* path) {
-    if (facts.nameHash == HashOfName("") && facts.item == facts.folder) {
+    if (facts.nameHash == HashOfName("") && facts.IsFolder(facts.item)) {
         *path = "/";
         return CheckPath(facts, *path);
     }
@@ -165,6 +160,13 @@ OSErr Find(const RefFacts& facts, std::string* path) {
 }
 
 }  // namespace
+
+void ForgetPlaces() {
+    const std::lock_guard lock(placesMutex);
+    ThePlaces().items.Clear();
+    ThePlaces().folders.Clear();
+}
+
 }  // namespace Host
 
 OSErr FSPathMakeRef(const char* path, FSRef* ref) {

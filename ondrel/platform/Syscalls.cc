@@ -36,6 +36,7 @@ constexpr Syscalls MakeHostSyscalls() {
     table.close = ::close;
     table.fstat = ::fstat;
     table.fstatat = ::fstatat;
+    table.statx = ::statx;
     table.pread = ::pread;
     table.pwrite = ::pwrite;
     table.preadv2 = ::preadv2;

@@ -27,6 +27,7 @@ struct Syscalls {
     // Status of an item; flags as fstatat's (AT_SYMLINK_NOFOLLOW for the link itself).
     int (*fstat)(int fd, struct stat* status);
     int (*fstatat)(int folder, const char* path, struct stat* status, int flags);
+    int (*statx)(int folder, const char* path, int flags, unsigned mask, struct statx* status);
 
     // Transfers. The vector forms carry the RWF_ flags.
     ssize_t (*pread)(int fd, void* buffer, size_t size, off_t offset);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <mutex>
 #include <string_view>
 #include <type_traits>
@@ -85,6 +86,7 @@ void WrapAll() {
     Wrap<"close", &Syscalls::close>();
     Wrap<"fstat", &Syscalls::fstat>();
     Wrap<"fstatat", &Syscalls::fstatat>();
+    Wrap<"statx", &Syscalls::statx>();
     Wrap<"pread", &Syscalls::pread>();
     Wrap<"pwrite", &Syscalls::pwrite>();
     Wrap<"preadv2", &Syscalls::preadv2>();
@@ -110,7 +112,7 @@ void WrapAll() {
     Wrap<"ring_wait", &Syscalls::ring_wait, Style::kNegative>();
 }
 
-constexpr int kEntries = 27;
+constexpr int kEntries = 28;
 static_assert(sizeof(Syscalls) == kEntries * sizeof(void (*)()),
               "a new entry of the table needs its line in WrapAll");
 
