@@ -46,9 +46,15 @@ int FindLineEnd(const unsigned char* bytes, int n) {
 }
 
 // Behind a CR: passes an LF. Whether the file ends here is asked first, because a read would raise.
+// A byte that a switch of buffers brought is given back by a move: a cursor at the start of a
+// buffer would be taken for one at the end of the buffer before it.
 void PassLineFeed(fil* f) {
-    if (fileof(f) || Refill(f) < 0) return;
-    if (*f->cursor == '\n') Consume(f, 1);
+    if (f->count > 0) {
+        if (*f->cursor == '\n') Consume(f, 1);
+    } else if (!fileof(f)) {
+        const int byte = filrea8(f);
+        if (byte >= 0 && byte != '\n') filpos(f, filpos(f) - 1);
+    }
 }
 
 }  // namespace

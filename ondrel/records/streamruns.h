@@ -22,7 +22,9 @@ inline void Consume(fil* f, int n) {
     f->count -= n;
 }
 
-// Makes sure that a byte is in the buffer: 0, or the negative code of the read.
+// Makes sure that a byte is in the buffer: 0, or the negative code of the read. At least one byte
+// must be consumed before anything else is done with the stream, because a cursor at the start of a
+// buffer stands for the end of the buffer before it.
 inline int Refill(fil* f) {
     if (f->count > 0) return 0;
     const int byte = filrea8(f);

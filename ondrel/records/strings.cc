@@ -42,12 +42,11 @@ int WriteCounted(fil* f, const char* bytes, std::size_t length) {
     return WriteRun(f, bytes, length);
 }
 
-// Reads in growing steps, so that a length that the document cannot keep costs no more memory than
-// a small multiple of what it holds. After a failure `text` is what arrived, and zero bytes.
-int ReadGrowing(fil* f, int length, std::string& text) {
-    constexpr int kFirstStep = 4 * kFilBufferSize;
+// Reads in steps that grow from `firstStep`. After a failure `text` is what arrived, and zero
+// bytes.
+int ReadInSteps(fil* f, int length, int firstStep, std::string& text) {
     for (int done = 0; done < length;) {
-        const int step = std::min(length - done, std::max(done, kFirstStep));
+        const int step = std::min(length - done, std::max(done, firstStep));
         text.resize(static_cast<std::size_t>(done) + static_cast<std::size_t>(step));
         unsigned char* const target = reinterpret_cast<unsigned char*>(text.data()) + done;
         if (const int failure = filrea(f, target, step); failure < 0) return failure;
@@ -56,18 +55,18 @@ int ReadGrowing(fil* f, int length, std::string& text) {
     return 0;
 }
 
+// Where a cut string is raised, its memory grows with what the document holds; where it is
+// returned, it has the declared length anyway.
 std::string ReadAcrossBuffers(fil* f, int length) {
+    constexpr int kFirstStep = 4 * kFilBufferSize;
     errtyp* context = nullptr;
     int failure = 0;
     {
         const ContextOff off(f);
+        context = off.ForFailures(kFilModeRead);
         std::string text;
-        failure = ReadGrowing(f, length, text);
-        if (failure < 0) context = off.ForFailures(kFilModeRead);
-        if (context == nullptr) {
-            text.resize(static_cast<std::size_t>(length));
-            return text;
-        }
+        failure = ReadInSteps(f, length, context == nullptr ? length : kFirstStep, text);
+        if (failure == 0 || context == nullptr) return text;
     }
     errgoto(context, failure);
 }
