@@ -1,0 +1,23 @@
+// Watches and refuses allocations of this program: the plain forms of operator new are replaced.
+#ifndef TESTS_RECORDS_ALLOCATIONS_H
+#define TESTS_RECORDS_ALLOCATIONS_H
+
+#include <cstddef>
+
+namespace Ondrel::Testing {
+
+// While it lives, requests of this thread for `from` to `to` bytes fail.
+class RefuseAllocations {
+ public:
+    RefuseAllocations(std::size_t from, std::size_t to);
+    ~RefuseAllocations();
+    RefuseAllocations(const RefuseAllocations&) = delete;
+    RefuseAllocations& operator=(const RefuseAllocations&) = delete;
+};
+
+// The largest request of this thread since the last call.
+std::size_t TakeLargestAllocation();
+
+}  // namespace Ondrel::Testing
+
+#endif
