@@ -1,6 +1,7 @@
 // Runs of ASCII in steps of 16 and 8 characters: the inner step of the conversions between UTF-8
 // and UTF-16. Every step writes a whole block and answers how many of its characters, from its
 // start, are ASCII; what stands behind them in the output means nothing.
+// Internal to core/.
 //
 // The processor's 16-byte registers serve where they are at hand. The plain forms do the same
 // anywhere, and are what the tests hold the others against.

@@ -13,7 +13,7 @@
 #include "ondrel/filref/textencoding.h"
 #include "ondrel/filref/workbuffer.h"
 #include "ondrel/platform/Errors.h"
-#include "ondrel/platform/HostFiles.h"
+#include "ondrel/platform/ModificationTime.h"
 
 namespace Ondrel {
 namespace {
@@ -157,7 +157,7 @@ int fileModificationDate(const FileSpec& spec, unsigned int& date) {
     }
     const char* path = spec;
     std::int64_t seconds = 0;
-    const int hostError = Host::GetModificationTime(path, &seconds);
+    const int hostError = GetModificationTime(path, &seconds);
     if (hostError != 0) {
         lasterror = static_cast<short>(hostError);
         return -1;

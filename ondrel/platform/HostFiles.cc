@@ -72,13 +72,6 @@ OSErr GetTargetStatus(const char* path, ItemStatus* status) {
     return GetStatus(path, 0, status);
 }
 
-int GetModificationTime(const char* path, std::int64_t* seconds) {
-    struct stat host;
-    if (Retry([&] { return syscalls.fstatat(AT_FDCWD, path, &host, 0); }) == -1) return errno;
-    *seconds = host.st_mtim.tv_sec;
-    return 0;
-}
-
 OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
     SidecarAside stale;
     if (const OSErr error = TakeStaleSidecar(path, &stale); error != noErr) return error;

@@ -1,6 +1,5 @@
 // Items of the host's file system by POSIX path: what they are, making, deleting and renaming them
-// together with their sidecars. Internal: core is built on it; of the layers above, references ask
-// it for the one thing that no core service tells, the modification time.
+// together with their sidecars. Internal to libOndrel: core is built on it, nobody else calls it.
 //
 // Paths are the host's own bytes, absolute. A failure is a code of Errors.h and leaves everything
 // as it was, also when the second of two steps fails.
@@ -12,7 +11,6 @@
 #include <string_view>
 
 #include "ondrel/platform/Errors.h"
-#include "ondrel/platform/Export.h"
 #include "ondrel/platform/Types.h"
 
 namespace Ondrel::Host {
@@ -31,10 +29,6 @@ OSErr GetItemStatus(const char* path, ItemStatus* status);
 
 // The status of what a path leads to in the end, links followed; never kLink.
 OSErr GetTargetStatus(const char* path, ItemStatus* status);
-
-// The modification time in seconds since 1970-01-01, links followed. The result is 0 or the host's
-// own error number, for callers that hand it on.
-ONDREL_EXPORT int GetModificationTime(const char* path, std::int64_t* seconds);
 
 // Makes an empty file. dupFNErr: an item is there already, and is left alone. Codes that are not
 // both 0 are stored with it; a sidecar left behind by a file long gone does not become its own.

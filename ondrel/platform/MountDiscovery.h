@@ -1,4 +1,5 @@
-// Finding the host's mounted file systems, and their labels. Called by the mount table alone.
+// Finding the host's mounted file systems, and their labels. Internal to
+// platform/: the mount table alone calls it.
 #ifndef ONDREL_PLATFORM_MOUNTDISCOVERY_H
 #define ONDREL_PLATFORM_MOUNTDISCOVERY_H
 

@@ -10,6 +10,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "ondrel/platform/ModificationTime.h"
 #include "ondrel/platform/Sidecar.h"
 #include "tests/platform/ForkHelpers.h"
 #include "tests/support/Scratch.h"
