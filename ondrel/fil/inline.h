@@ -1,83 +1,102 @@
 // The fast paths of the streams: a decrement, a test and a byte access on `cursor` and `count`, and
-// nothing else. The slow paths depend on `count` having been decreased first. The last part of fil.h,
-// which includes it at its end: include that.
+// nothing else. The slow paths depend on `count` having been decreased first. The last part of
+// fil.h, which includes it at its end: include that.
 //
-// Each works on a local copy of the cursor and stores it back once: a store through the cursor may
-// alias the handle itself, so that the compiler would otherwise load both fields again.
+// How they are written decides their speed. Both fields are worked on as local copies and stored
+// last, on both paths: a loop of calls then keeps them in registers and only stores them. Were the
+// slow path to return by itself, or a byte to be stored behind them (it may alias the handle), each
+// call would begin by loading what the one before has just stored.
 #ifndef ONDREL_FIL_INLINE_H
 #define ONDREL_FIL_INLINE_H
 
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
 namespace Ondrel {
+namespace FilInline {
+
+// A value as it is stored, and back.
+template <class Value>
+inline Value BigEndian(Value value) {
+    if constexpr (sizeof(Value) == 1 || std::endian::native == std::endian::big)
+        return value;
+    else if constexpr (sizeof(Value) == 2)
+        return __builtin_bswap16(value);
+    else
+        return __builtin_bswap32(value);
+}
+
+// Reads a value while the buffer holds all of it, else through the slow path.
+template <class Value>
+inline int Read(fil* f, int (*slow)(fil*)) {
+    constexpr int kWidth = sizeof(Value);
+    unsigned char* cursor = f->cursor;
+    int count = f->count - kWidth;
+    int result;
+    if (count >= 0) [[likely]] {
+        Value stored;
+        std::memcpy(&stored, cursor, kWidth);
+        result = static_cast<int>(BigEndian(stored));
+        cursor += kWidth;
+    } else {
+        f->count = count;
+        result = slow(f);
+        cursor = f->cursor;
+        count = f->count;
+    }
+    f->cursor = cursor;
+    f->count = count;
+    return result;
+}
+
+// Writes a value while it does not fill the buffer: the byte that does always takes the slow path,
+// which writes the buffer at once.
+template <class Value>
+inline int Write(fil* f, int value, int (*slow)(fil*, int)) {
+    constexpr int kWidth = sizeof(Value);
+    unsigned char* cursor = f->cursor;
+    int count = f->count - kWidth;
+    int result = 0;
+    if (count > 0) [[likely]] {
+        const Value stored = BigEndian(static_cast<Value>(value));
+        std::memcpy(cursor, &stored, kWidth);
+        cursor += kWidth;
+    } else {
+        f->count = count;
+        result = slow(f, value);
+        cursor = f->cursor;
+        count = f->count;
+    }
+    f->cursor = cursor;
+    f->count = count;
+    return result;
+}
+
+}  // namespace FilInline
 
 inline int filrea8(fil* f) {
-    const int left = f->count;
-    f->count = left - 1;
-    if (left <= 0) [[unlikely]]
-        return filrea8sub(f);
-    const unsigned char* const p = f->cursor;
-    f->cursor += 1;
-    return *p;
+    return FilInline::Read<std::uint8_t>(f, filrea8sub);
 }
 
 inline int filrea16(fil* f) {
-    const int left = f->count;
-    f->count = left - 2;
-    if (left < 2) [[unlikely]]
-        return filrea16sub(f);
-    const unsigned char* const p = f->cursor;
-    f->cursor += 2;
-    return p[0] << 8 | p[1];
+    return FilInline::Read<std::uint16_t>(f, filrea16sub);
 }
 
 inline int filrea32(fil* f) {
-    const int left = f->count;
-    f->count = left - 4;
-    if (left < 4) [[unlikely]]
-        return filrea32sub(f);
-    const unsigned char* const p = f->cursor;
-    f->cursor += 4;
-    return static_cast<int>(static_cast<unsigned int>(p[0]) << 24 |
-                            static_cast<unsigned int>(p[1]) << 16 |
-                            static_cast<unsigned int>(p[2]) << 8 | p[3]);
+    return FilInline::Read<std::uint32_t>(f, filrea32sub);
 }
 
-// The byte that fills a buffer always takes the slow path, which writes the buffer at once.
-
 inline int filwri8(fil* f, int value) {
-    const int left = f->count;
-    f->count = left - 1;
-    if (left < 2) [[unlikely]]
-        return filwri8sub(f, value);
-    unsigned char* const p = f->cursor;
-    f->cursor = p + 1;
-    p[0] = static_cast<unsigned char>(value);
-    return 0;
+    return FilInline::Write<std::uint8_t>(f, value, filwri8sub);
 }
 
 inline int filwri16(fil* f, int value) {
-    const int left = f->count;
-    f->count = left - 2;
-    if (left <= 2) [[unlikely]]
-        return filwri16sub(f, value);
-    unsigned char* const p = f->cursor;
-    f->cursor = p + 2;
-    p[0] = static_cast<unsigned char>(value >> 8);
-    p[1] = static_cast<unsigned char>(value);
-    return 0;
+    return FilInline::Write<std::uint16_t>(f, value, filwri16sub);
 }
 
 inline int filwri32(fil* f, int value) {
-    const int left = f->count;
-    f->count = left - 4;
-    if (left <= 4) [[unlikely]]
-        return filwri32sub(f, value);
-    unsigned char* const p = f->cursor;
-    f->cursor = p + 4;
-    p[0] = static_cast<unsigned char>(value >> 24);
-    p[1] = static_cast<unsigned char>(value >> 16);
-    p[2] = static_cast<unsigned char>(value >> 8);
-    p[3] = static_cast<unsigned char>(value);
-    return 0;
+    return FilInline::Write<std::uint32_t>(f, value, filwri32sub);
 }
 
 inline bool fileof(fil* f) {
