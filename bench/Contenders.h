@@ -1,0 +1,269 @@
+// The contenders of the sequential benchmarks. Each is opened on one file and has the same members:
+// open and close for reading and for writing, Get and Put of each width, and blocks.
+//
+// They abort where a call fails: a figure of a run that failed is worth nothing.
+#ifndef BENCH_CONTENDERS_H
+#define BENCH_CONTENDERS_H
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "ondrel/core/FileSpec.h"
+#include "ondrel/core/Unicode.h"
+#include "ondrel/fil/fil.h"
+
+#ifdef BENCH_HAS_QT
+#include <QDataStream>
+#include <QFile>
+#endif
+
+namespace Bench {
+
+constexpr int kBlockSize = 1024;
+
+extern std::string path;  // of the file, made by main
+
+// A bare buffer over read(2) and write(2), with an inline checked get and put.
+class Floor {
+ public:
+    void OpenToRead() {
+        fd_ = ::open(path.c_str(), O_RDONLY);
+        cursor_ = buffer_;
+        left_ = 0;
+    }
+    void OpenToWrite() {
+        fd_ = ::open(path.c_str(), O_WRONLY);
+        cursor_ = buffer_;
+        left_ = kSize;
+    }
+    void CloseRead() { ::close(fd_); }
+    void CloseWritten() {
+        Flush();
+        ::close(fd_);
+    }
+
+    std::uint32_t Get8() { return Get<std::uint8_t>(); }
+    std::uint32_t Get16() { return __builtin_bswap16(Get<std::uint16_t>()); }
+    std::uint32_t Get32() { return __builtin_bswap32(Get<std::uint32_t>()); }
+    void Put8(std::uint32_t value) { Put(static_cast<std::uint8_t>(value)); }
+    void Put16(std::uint32_t value) { Put(__builtin_bswap16(static_cast<std::uint16_t>(value))); }
+    void Put32(std::uint32_t value) { Put(__builtin_bswap32(value)); }
+    void GetBlock(unsigned char* block) {
+        for (int done = 0; done < kBlockSize;) {
+            if (left_ < 1) Fill();
+            const int part = left_ < kBlockSize - done ? left_ : kBlockSize - done;
+            std::memcpy(block + done, cursor_, static_cast<std::size_t>(part));
+            cursor_ += part;
+            left_ -= part;
+            done += part;
+        }
+    }
+    void PutBlock(const unsigned char* block) {
+        for (int done = 0; done < kBlockSize;) {
+            if (left_ < 1) Flush();
+            const int part = left_ < kBlockSize - done ? left_ : kBlockSize - done;
+            std::memcpy(cursor_, block + done, static_cast<std::size_t>(part));
+            cursor_ += part;
+            left_ -= part;
+            done += part;
+        }
+    }
+
+ private:
+    static constexpr int kSize = 16384;
+
+    // The file and the buffer are multiples of every width: a value is in it whole or not at all.
+    // Local copies, stored last: this is as fast as a checked access can be.
+    template <class Value>
+    Value Get() {
+        unsigned char* cursor = cursor_;
+        int left = left_;
+        if (left < static_cast<int>(sizeof(Value))) [[unlikely]] {
+            Fill();
+            cursor = cursor_;
+            left = left_;
+        }
+        Value value;
+        std::memcpy(&value, cursor, sizeof value);
+        cursor_ = cursor + sizeof value;
+        left_ = left - static_cast<int>(sizeof value);
+        return value;
+    }
+    template <class Value>
+    void Put(Value value) {
+        unsigned char* cursor = cursor_;
+        int left = left_;
+        if (left < static_cast<int>(sizeof value)) [[unlikely]] {
+            Flush();
+            cursor = cursor_;
+            left = left_;
+        }
+        std::memcpy(cursor, &value, sizeof value);
+        cursor_ = cursor + sizeof value;
+        left_ = left - static_cast<int>(sizeof value);
+    }
+
+    __attribute__((noinline)) void Fill() {
+        const ssize_t got = ::read(fd_, buffer_, kSize);
+        if (got < 1) std::abort();
+        cursor_ = buffer_;
+        left_ = static_cast<int>(got);
+    }
+    __attribute__((noinline)) void Flush() {
+        const auto size = static_cast<std::size_t>(kSize - left_);
+        if (::write(fd_, buffer_, size) != static_cast<ssize_t>(size)) std::abort();
+        cursor_ = buffer_;
+        left_ = kSize;
+    }
+
+    int fd_ = -1;
+    unsigned char* cursor_ = nullptr;
+    int left_ = 0;
+    unsigned char buffer_[kSize];
+};
+
+// The library.
+class Streams {
+ public:
+    Streams() { spec_.convertFromFileSpec(Ondrel::FileSpec(Ondrel::UTF8ToUni16String(path))); }
+    void OpenToRead() {
+        if (Ondrel::filope(&f_, nullptr, spec_) != 0) std::abort();
+    }
+    void OpenToWrite() {
+        if (Ondrel::filsavmod(&f_, nullptr, spec_) != 0) std::abort();
+    }
+    void CloseRead() { f_.Close(); }
+    void CloseWritten() {
+        if (f_.Close() != 0) std::abort();
+    }
+    std::uint32_t Get8() { return static_cast<std::uint32_t>(Ondrel::filrea8(&f_)); }
+    std::uint32_t Get16() { return static_cast<std::uint32_t>(Ondrel::filrea16(&f_)); }
+    std::uint32_t Get32() { return static_cast<std::uint32_t>(Ondrel::filrea32(&f_)); }
+    void Put8(std::uint32_t value) { Ondrel::filwri8(&f_, static_cast<int>(value)); }
+    void Put16(std::uint32_t value) { Ondrel::filwri16(&f_, static_cast<int>(value)); }
+    void Put32(std::uint32_t value) { Ondrel::filwri32(&f_, static_cast<int>(value)); }
+    void GetBlock(unsigned char* block) { Ondrel::filrea(&f_, block, kBlockSize); }
+    void PutBlock(const unsigned char* block) { Ondrel::filwri(&f_, block, kBlockSize); }
+
+ private:
+    Ondrel::filref spec_;
+    Ondrel::fil f_;
+};
+
+// What Get16 and the like are for those who know single bytes only.
+template <class Bytes>
+class FromBytes : public Bytes {
+ public:
+    std::uint32_t Get16() {
+        const std::uint32_t high = this->Get8();
+        return high << 8 | this->Get8();
+    }
+    std::uint32_t Get32() {
+        const std::uint32_t high = Get16();
+        return high << 16 | Get16();
+    }
+    void Put16(std::uint32_t value) {
+        this->Put8(value >> 8);
+        this->Put8(value);
+    }
+    void Put32(std::uint32_t value) {
+        Put16(value >> 16);
+        Put16(value);
+    }
+};
+
+class StdioBytes {
+ public:
+    void OpenToRead() { file_ = std::fopen(path.c_str(), "rb"); }
+    void OpenToWrite() { file_ = std::fopen(path.c_str(), "r+b"); }
+    void CloseRead() { std::fclose(file_); }
+    void CloseWritten() {
+        if (std::fclose(file_) != 0) std::abort();
+    }
+    std::uint32_t Get8() { return static_cast<std::uint32_t>(getc_unlocked(file_)); }
+    void Put8(std::uint32_t value) { putc_unlocked(static_cast<int>(value & 255), file_); }
+    void GetBlock(unsigned char* block) {
+        if (std::fread(block, 1, kBlockSize, file_) != kBlockSize) std::abort();
+    }
+    void PutBlock(const unsigned char* block) { std::fwrite(block, 1, kBlockSize, file_); }
+
+ private:
+    std::FILE* file_ = nullptr;
+};
+using Stdio = FromBytes<StdioBytes>;
+
+class FilebufBytes {
+ public:
+    void OpenToRead() { buffer_.open(path, std::ios::in | std::ios::binary); }
+    void OpenToWrite() { buffer_.open(path, std::ios::in | std::ios::out | std::ios::binary); }
+    void CloseRead() { buffer_.close(); }
+    void CloseWritten() {
+        if (buffer_.close() == nullptr) std::abort();
+    }
+    std::uint32_t Get8() { return static_cast<std::uint32_t>(buffer_.sbumpc()); }
+    void Put8(std::uint32_t value) { buffer_.sputc(static_cast<char>(value)); }
+    void GetBlock(unsigned char* block) {
+        buffer_.sgetn(reinterpret_cast<char*>(block), kBlockSize);
+    }
+    void PutBlock(const unsigned char* block) {
+        buffer_.sputn(reinterpret_cast<const char*>(block), kBlockSize);
+    }
+
+ private:
+    std::filebuf buffer_;
+};
+using Filebuf = FromBytes<FilebufBytes>;
+
+#ifdef BENCH_HAS_QT
+class QtStreams {
+ public:
+    QtStreams() : file_(QString::fromStdString(path)) {}
+    void OpenToRead() {
+        file_.open(QIODevice::ReadOnly);
+        stream_.setDevice(&file_);
+    }
+    void OpenToWrite() {
+        file_.open(QIODevice::ReadWrite | QIODevice::ExistingOnly);
+        stream_.setDevice(&file_);
+    }
+    void CloseRead() { file_.close(); }
+    void CloseWritten() {
+        if (!file_.flush()) std::abort();
+        file_.close();
+    }
+    std::uint32_t Get8() { return Get<quint8>(); }
+    std::uint32_t Get16() { return Get<quint16>(); }
+    std::uint32_t Get32() { return Get<quint32>(); }
+    void Put8(std::uint32_t value) { stream_ << static_cast<quint8>(value); }
+    void Put16(std::uint32_t value) { stream_ << static_cast<quint16>(value); }
+    void Put32(std::uint32_t value) { stream_ << static_cast<quint32>(value); }
+    void GetBlock(unsigned char* block) {
+        stream_.readRawData(reinterpret_cast<char*>(block), kBlockSize);
+    }
+    void PutBlock(const unsigned char* block) {
+        stream_.writeRawData(reinterpret_cast<const char*>(block), kBlockSize);
+    }
+
+ private:
+    template <class Value>
+    std::uint32_t Get() {
+        Value value = 0;
+        stream_ >> value;
+        return value;
+    }
+
+    QFile file_;
+    QDataStream stream_;
+};
+#endif
+
+}  // namespace Bench
+
+#endif

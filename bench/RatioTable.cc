@@ -1,0 +1,91 @@
+// The table of medians.
+#include "bench/RatioTable.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <set>
+
+namespace Bench {
+namespace {
+
+class Collector : public benchmark::BenchmarkReporter {
+ public:
+    bool ReportContext(const Context&) override { return true; }
+
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.error_occurred) {
+                std::fprintf(stderr, "%s: %s\n", run.run_name.function_name.c_str(),
+                             run.error_message.c_str());
+                failed_ = true;
+            } else if (run.aggregate_name == "median") {
+                works_[run.family_index] =
+                    Keep(run.run_name.function_name, run.GetAdjustedRealTime());
+            }
+        }
+    }
+
+    bool Failed() const { return failed_; }
+
+    void Print(const std::vector<std::string>& contenders) const {
+        std::printf("| work |");
+        for (const std::string& contender : contenders)
+            std::printf(" %s |", contender.c_str());
+        std::printf("\n|---|");
+        for (std::size_t i = 0; i < contenders.size(); ++i)
+            std::printf("---:|");
+        std::printf("\n");
+        std::set<std::string> printed;
+        for (const auto& [index, work] : works_)
+            if (printed.insert(work).second) PrintRow(work, contenders);
+    }
+
+ private:
+    // Answers the work that the benchmark's name begins with.
+    std::string Keep(const std::string& name, double milliseconds) {
+        const std::size_t slash = name.find('/');
+        const std::string work = name.substr(0, slash);
+        medians_[work][name.substr(slash + 1)] = milliseconds;
+        return work;
+    }
+
+    void PrintRow(const std::string& work, const std::vector<std::string>& contenders) const {
+        const std::map<std::string, double>& row = medians_.at(work);
+        const auto floor = row.find("floor");
+        std::printf("| %s |", work.c_str());
+        for (const std::string& contender : contenders) {
+            const auto median = row.find(contender);
+            if (median == row.end())
+                std::printf(" |");
+            else if (floor == row.end())
+                std::printf(" %.1f ms |", median->second);
+            else
+                std::printf(" %.2f (%.1f ms) |", median->second / floor->second, median->second);
+        }
+        std::printf("\n");
+    }
+
+    std::map<std::int64_t, std::string> works_;  // by the order in which they were registered
+    std::map<std::string, std::map<std::string, double>> medians_;
+    bool failed_ = false;
+};
+
+}  // namespace
+
+int RunAndPrint(int argc, char** argv, const std::vector<std::string>& contenders,
+                const std::vector<std::string>& skipped) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    Collector collector;
+    benchmark::RunSpecifiedBenchmarks(&collector);
+    benchmark::Shutdown();
+    collector.Print(contenders);
+    for (const std::string& peer : skipped)
+        std::printf("\nSkipped, for it is not installed: %s.\n", peer.c_str());
+    return collector.Failed() ? 1 : 0;
+}
+
+}  // namespace Bench
