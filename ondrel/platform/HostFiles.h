@@ -32,17 +32,24 @@ OSErr GetTargetStatus(const char* path, ItemStatus* status);
 
 // Makes an empty file. dupFNErr: an item is there already, and is left alone. Codes that are not
 // both 0 are stored with it; a sidecar left behind by a file long gone does not become its own.
+// mapReadErr: codes were given, and a file that is no sidecar has the sidecar's name. bdNamErr: a
+// name, or that of the sidecar that the codes want, is too long.
 OSErr CreateFile(const char* path, FourCC creator, FourCC type);
 
 // Deletes a file or link and its sidecar. fnfErr: nothing there, or a folder, which stays. fBsyErr:
-// a fork of it is open in this process, or open for writing in another that uses this library.
+// a fork of it is open in this process, or open for writing in another that uses this library. Once
+// the file is gone the result is noErr: a sidecar that could not be deleted belongs to nothing, and
+// CreateFile and RenameItem clear it away.
 OSErr DeleteFile(const char* path);
 
 enum class WhenTargetExists { kRefuse, kReplace };
 
 // Renames or moves an item within its file system, its sidecar with it. kRefuse: an existing target
 // gives dupFNErr and nothing changes. kReplace: the target is replaced in one step. A sidecar of
-// the target never stays to be taken for the item's own.
+// the target never stays to be taken for the item's own. Two names of one item (the same path, or
+// one that the file system takes for the same) are no rename: noErr, and nothing changes; with
+// kRefuse a second hard link counts as a target. mapReadErr: the item has a sidecar, and a file
+// that is none has the name for it.
 OSErr RenameItem(const char* from, const char* to, WhenTargetExists policy);
 
 // Makes a folder of the given permission bits. dupFNErr: something is there already.

@@ -136,7 +136,7 @@ TEST(AliasRecord, EveryTruncationIsRefused) {
 
 TEST(AliasRecord, ALengthThatLiesIsRefusedOrEndsTheRecord) {
     AliasRecord record;
-    for (const std::size_t length : {0, 8, 57, 149, 0xD9, 0xFFFF}) {
+    for (const std::size_t length : {0U, 8U, 57U, 149U, 0xD9U, 0xFFFFU}) {
         std::string bytes = Literal2();
         bytes.replace(4, 2, Short(length));
         EXPECT_EQ(ReadAliasRecord(bytes, &record), mapReadErr) << length;
@@ -150,7 +150,7 @@ TEST(AliasRecord, ALengthThatLiesIsRefusedOrEndsTheRecord) {
 }
 
 TEST(AliasRecord, OtherVersionsAreRefused) {
-    for (const std::size_t version : {0, 1, 4, 0x200, 0xFFFF}) {
+    for (const std::size_t version : {0U, 1U, 4U, 0x200U, 0xFFFFU}) {
         std::string bytes = Literal2();
         bytes.replace(6, 2, Short(version));
         AliasRecord record;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <map>
@@ -200,7 +201,7 @@ TEST(RenameItem, AnItemMovesToAnotherFolder) {
         EXPECT_EQ(RenameItem(scratch.Path("y/b").c_str(), scratch.Path("z/b").c_str(), policy),
                   fnfErr);
         EXPECT_EQ(RenameItem(scratch.Path("y/b").c_str(), scratch.Path("y/b/c").c_str(), policy),
-                  policy == WhenTargetExists::kRefuse ? dirNFErr : dirNFErr);
+                  dirNFErr);
         EXPECT_EQ(ReadAll(scratch.Path("y/._b")), kOwn);
     }
 }
@@ -290,6 +291,32 @@ TEST(RenameItem, AFolderDoesNotMoveIntoItself) {
                   paramErr);
         EXPECT_EQ(Contents(scratch), (Files{{"a/", ""}, {"._a", kOwn}}));
     }
+}
+
+// A path as a file system has it that takes an 'A' in a name for an 'a'.
+std::string Folded(std::string path) {
+    const auto name = path.begin() + static_cast<std::ptrdiff_t>(path.rfind('/') + 1);
+    std::replace(name, path.end(), 'A', 'a');
+    return path;
+}
+
+TEST(RenameItem, AnotherSpellingThatTheFileSystemTakesForTheSameIsNoRename) {
+    const Scratch scratch;
+    Fill(scratch, {{"a", "A"}, {"._a", kOwn}});
+    const std::string from = scratch.Path("a");
+    const std::string to = scratch.Path("A");
+    syscalls.fstatat = [](int folder, const char* path, struct stat* status, int flags) {
+        return kHostSyscalls.fstatat(folder, Folded(path).c_str(), status, flags);
+    };
+    syscalls.renameat2 = [](int oldFolder, const char* oldPath, int newFolder, const char* newPath,
+                            unsigned int flags) {
+        return kHostSyscalls.renameat2(oldFolder, Folded(oldPath).c_str(), newFolder,
+                                       Folded(newPath).c_str(), flags);
+    };
+    for (const WhenTargetExists policy : kBoth)
+        EXPECT_EQ(RenameItem(from.c_str(), to.c_str(), policy), noErr);
+    syscalls = kHostSyscalls;
+    EXPECT_EQ(Contents(scratch), (Files{{"a", "A"}, {"._a", kOwn}}));
 }
 
 int WithoutNoReplace(int from, const char* oldPath, int to, const char* newPath,

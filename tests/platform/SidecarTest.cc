@@ -287,6 +287,7 @@ TEST(Sidecars, AFolderThatMayNotBeWrittenGivesPermErr) {
     ASSERT_EQ(chmod(scratch.Path().c_str(), 0555), 0);
     EXPECT_TRUE(
         AsOrdinaryUser([&] { return WriteSidecar(path.c_str(), SidecarOf("fork")) == permErr; }));
+    ASSERT_EQ(chmod(scratch.Path().c_str(), 0755), 0);
     EXPECT_FALSE(Exists(scratch.Path("._a")));
 }
 
