@@ -71,9 +71,7 @@ void MakeFullMacText(const std::uint16_t* ref, std::uint16_t* full) {
 }
 
 bool WalkMacPath(const std::uint16_t* path, FileSpec& spec) {
-    spec = FileSpec();
     const std::uint16_t* end = EndOfComponent(path);
-    if (end == path) return false;
     Uni16String name(path, end);
     spec.ToPartition(name);
     while (*end == ':' && !IsEndMark(end + 1) && spec.IsValid()) {

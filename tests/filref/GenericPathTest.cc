@@ -98,6 +98,7 @@ TEST(GenericFromMac, TheCutPartsNeitherCharactersNorEscapesNorParentSteps) {
     EXPECT_EQ(ToGeneric("D:\xC3\xA9z", filRefMac, 5), "true /D/");
     EXPECT_EQ(ToGeneric("D:\xF0\x9F\x98\x80z", filRefMac, 8), "true /D/\xF0\x9F\x98\x80");
     EXPECT_EQ(ToGeneric("D:\xF0\x9F\x98\x80z", filRefMac, 7), "true /D/");
+    EXPECT_EQ(ToGeneric(":a\xC3\xA9", filRefMac, 3), "true a");
     EXPECT_EQ(ToGeneric("ab/c", filRefMac, 5), "true ab\\/");
     EXPECT_EQ(ToGeneric("ab/c", filRefMac, 4), "true ab");
     EXPECT_EQ(ToGeneric("::::ab", filRefMac, 8), "true ../../a");

@@ -361,15 +361,17 @@ TEST(ReEncoding, OfNoTextIsMinus1AndLeavesTheOutputAlone) {
 
 TEST(ReEncoding, WithoutMemoryOnlyTheWayToThePlatformAnswersMinus1) {
     const filref in = Ref("Disk:a");
-    filref out;
+    filref out = Ref("before");
+    filref other = Ref("before");
     const NoMemory none;
     lasterror = 0;
     EXPECT_EQ(utf8FilRefToPlatform(&in, &out), -1);
     EXPECT_EQ(lasterror, -108);
-    lasterror = 0;
-    EXPECT_EQ(platformFilRefToUTF8(&in, &out), 0);
-    EXPECT_EQ(lasterror, -108);
     EXPECT_EQ(out.path, nullptr);
+    lasterror = 0;
+    EXPECT_EQ(platformFilRefToUTF8(&in, &other), 0);
+    EXPECT_EQ(lasterror, -108);
+    EXPECT_EQ(other.path, nullptr);
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 // Resolving colon paths on real folders and links, and the ways from and to specifications.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "ondrel/core/FileSupport.h"
 #include "ondrel/core/Volumes.h"
 #include "ondrel/filref/macspec.h"
 #include "tests/filref/Support.h"
 #include "tests/platform/AliasRecords.h"
+#include "tests/support/FaultPlan.h"
 
 namespace Ondrel {
 namespace {
@@ -33,6 +36,7 @@ class MacSpec : public testing::Test {
     MacSpec() {
         disk_.Write("Docs/a.txt", "a");
         disk_.Write("Real/sub/f", "f");
+        disk_.Write("Docs/x/f", "f");
         disk_.Write("App/own.txt", "own");
         disk_.Write("App/sub/f", "f");
         disk_.Link("Alias", "Real");
@@ -60,6 +64,8 @@ constexpr Resolution kResolutions[] = {
     {"Disk:", "0 Disk:", "a volume"},
     {"Disk:x", "0 Disk:", "a volume with the folder mark"},
     {"Disk:Docs:missing", "0 Disk:Docs:missing", "the last component need not exist"},
+    {"Disk:Docs:xyz", "0 Disk:Docs:xyz", "a name that begins as the mark does"},
+    {"Disk:Docs:x:f", "0 Disk:Docs:x:f", "a folder of the mark's name"},
     {"Disk:docs:a.txt", "-1 Disk:docs:a.txt", "case is not folded"},
     {"Disk:Nowhere:a.txt", "-1 Disk:Nowhere:a.txt", "no such folder"},
     {"Disk:Nowhere:", "-1 Disk:Nowhere:", "no such folder at the end"},
@@ -148,10 +154,27 @@ TEST_F(MacSpec, ATextThatIsTooLongIsCutToTheBuffer) {
     EXPECT_EQ(Resolve(":none:" + Times(1020, "b")), "-1 Disk:App:none:" + Times(1009, "b"));
 }
 
-TEST_F(MacSpec, WithoutAnApplicationFolderRelativePathsStayRelative) {
+TEST_F(MacSpec, AMissingApplicationFolderIsStillWhatPathsAreRelativeTo) {
     SetApplicationFolder(disk_.Spec("no such folder"));
     EXPECT_EQ(Resolve("own.txt"), "-1 Disk:no such folder:own.txt");
     EXPECT_EQ(Resolve(":own.txt"), "-1 Disk:no such folder:own.txt");
+}
+
+TEST_F(MacSpec, WhereTheApplicationFolderIsUnknownPathsStayRelative) {
+    SetApplicationFolder(FileSpec());
+    const FaultPlan plan(1, ENOENT, "readlinkat", -1);  // the host does not tell
+    EXPECT_EQ(Resolve("own.txt"), "-1 :own.txt");
+    EXPECT_EQ(Resolve(":Disk:Docs"), "-1 :Disk:Docs");
+    FileSpec spec = disk_.Spec("Docs");
+    EXPECT_EQ(Ref(":Disk:Docs").convertToFileSpec(spec), 0);
+    EXPECT_FALSE(spec.IsValid());
+}
+
+TEST_F(MacSpec, TheApplicationFolderIsAnsweredPrecomposed) {
+    disk_.MakeFolder("e\xCC\x81");
+    SetApplicationFolder(disk_.Spec("e\xCC\x81"));
+    EXPECT_EQ(Resolve(":none:f"), "-1 Disk:\xC3\xA9:none:f");
+    EXPECT_EQ(Resolve("f"), "0 Disk:\xC3\xA9:f");
 }
 
 TEST_F(MacSpec, TheRootOfAVolumeMayBeALink) {
