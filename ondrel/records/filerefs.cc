@@ -214,7 +214,7 @@ int filrearefrel(fil* f, const filref& base, filref& target, filref* full) {
     const int kind = filrea8(f);
     if (kind < 0) return kind;
     if (kind != kKindRelative) return Latch(f, paramErr);
-    RelativeHead head;
+    RelativeHead head = {};
     if (const int failure = ReadHead(f, &head); failure < 0) return failure;
     if (head.textLength == 0) {
         target.clear();

@@ -143,7 +143,7 @@ TEST(FileRefs, ALengthBeyondTheStorageIsConsumedAndRefusedWithMinus50) {
         const std::string bytes =
             "\x02" + Length(length) + std::string(static_cast<std::size_t>(length), 'x');
         filref ref = Reference("HD:old");
-        EXPECT_EQ(Read(bytes + std::string(kFilBufferSize * 2, 'y'), ref),
+        EXPECT_EQ(Read(bytes + std::string(2UL * kFilBufferSize, 'y'), ref),
                   (Outcome{-1, -50, length + 3}));
         EXPECT_EQ(TextOf(ref), "HD:old");
         filref null;

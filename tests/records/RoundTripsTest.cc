@@ -224,7 +224,7 @@ std::string PlainRebuilt(const std::string& record, const std::string& base) {
         return static_cast<std::size_t>(static_cast<unsigned char>(record[at]) << 8 |
                                         static_cast<unsigned char>(record[at + 1]));
     };
-    const std::string text = record.substr(7, record.size() - 8);
+    std::string text = record.substr(7, record.size() - 8);
     const std::size_t shared = count(1);
     const std::size_t up = count(3);
     const std::vector<std::string> from = Split(base);

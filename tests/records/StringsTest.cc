@@ -137,7 +137,8 @@ TEST(CountedStrings, TheLongestLengthIsGivenAsDeclared) {
 
 TEST(CountedStrings, ATextThatNoFileCanHoldIsRefusedWithMinus50) {
     if (AvailableMemory() < kEnoughMemory) GTEST_SKIP() << "needs 8 GiB of free memory";
-    const std::string text(0x80000000U, 'x');
+    std::string text;
+    text.resize(0x80000000U, 'x');
     const Document document;
     fil f;
     document.Save(&f, 3);
@@ -309,7 +310,7 @@ TEST(WrittenTexts, AStreamOpenForReadingIsMisuseAndNotRaised) {
 void SaveAndFail(const Document& document, fil* f) {
     document.Save(f);
     const FaultPlan plan(1, ENOSPC, "pwrite", -1);
-    const std::string bytes(3 * kFilBufferSize, 'x');
+    const std::string bytes(3UL * kFilBufferSize, 'x');
     ASSERT_EQ(filwri(f, reinterpret_cast<const unsigned char*>(bytes.data()),
                      static_cast<int>(bytes.size())),
               -1);
@@ -333,8 +334,8 @@ TEST(WrittenTexts, NothingIsWrittenToAStreamThatHasFailed) {
 }
 
 TEST(WrittenTexts, AFailingTransferIsReportedOrRaisedByTheTextThatMeetsIt) {
-    const std::string text(2 * kFilBufferSize, 'x');
-    const Uni16String units(2 * kFilBufferSize, 'x');
+    const std::string text(2UL * kFilBufferSize, 'x');
+    const Uni16String units(2UL * kFilBufferSize, 'x');
     for (const bool unicode : {false, true}) {
         const Document document;
         fil f;
