@@ -40,6 +40,8 @@ bool Normalise(const std::u16string& units, std::u16string* composed) {
     return true;
 }
 
+}  // namespace
+
 bool EncodeUtf8(const std::u16string& units, std::string* text) {
     std::string bytes(units.size() * 3, '\0');
     UErrorCode status = U_ZERO_ERROR;
@@ -51,8 +53,6 @@ bool EncodeUtf8(const std::u16string& units, std::string* text) {
     *text = std::move(bytes);
     return true;
 }
-
-}  // namespace
 
 bool ComposeUtf8(std::string_view text, std::string* composed) {
     if (IsAscii(text)) {

@@ -12,6 +12,9 @@ namespace Ondrel::Host {
 // UTF-8 or too long to be a name of anything (64 KiB).
 bool ComposeUtf8(std::string_view text, std::string* composed);
 
+// The UTF-8 form of UTF-16 units. False, and nothing stored, when a surrogate stands alone.
+bool EncodeUtf8(const std::u16string& units, std::string* text);
+
 }  // namespace Ondrel::Host
 
 #endif

@@ -25,6 +25,7 @@ constexpr ErrorEntry kErrorTable[] = {
     {permErr, "permErr", "permission was denied"},
     {memFullErr, "memFullErr", "there is no memory left"},
     {dirNFErr, "dirNFErr", "the folder was not found"},
+    {CantDecompress, "CantDecompress", "the resource is compressed and cannot be read"},
     {resNotFound, "resNotFound", "the resource was not found"},
     {resFNotFound, "resFNotFound", "the file has no resource fork"},
     {mapReadErr, "mapReadErr", "the resource fork is damaged"},

@@ -5,7 +5,7 @@
 //  - The result is noErr or a code of Errors.h; no call raises, throws or prints.
 //  - After a failure outputs are as they were, unless a call says otherwise.
 //  - A file's data fork is the file. Its resource fork, codes and Finder flags live in the sidecar
-//    "._name" beside it.
+//    "._name" beside it; where there is none, those of ".AppleDouble/name" are read.
 //  - The calls may be made from several threads at once; one fork, and one request, belong to one
 //    thread at a time.
 #ifndef ONDREL_PLATFORM_FILEMANAGER_H
@@ -65,21 +65,30 @@ inline constexpr unsigned short fsFromLEOF = 2;   // the end of the fork
 inline constexpr unsigned short fsFromMark = 3;   // the fork's own position
 inline constexpr unsigned short pleaseSpareCacheMask = 32;
 
-// The name of the data fork: empty.
+// The names of a file's two forks: empty, and "RESOURCE_FORK".
 ONDREL_EXPORT OSErr FSGetDataForkName(HFSUniStr255* name);
+ONDREL_EXPORT OSErr FSGetResourceForkName(HFSUniStr255* name);
 
 // Opens a fork of the file that `ref` names, through a symbolic link its target. The number in
 // `*forkRefNum` is positive and stays taken until FSCloseFork; 0 is never a fork.
 // fnfErr: no such file, or no regular one (a folder, a FIFO, a device). permErr: not allowed, also
-// for reading. opWrErr: opened for writing while another writer has it, in this process or in
-// another that uses this library; a reader is never refused because of a writer. wPrErr: for
+// for reading. opWrErr: opened for writing while another writer has the same fork, in this process
+// or in another that uses this library; a reader is never refused because of a writer. wPrErr: for
 // writing on a read-only volume. tmfoErr: no descriptor or number left. paramErr: no fork has this
-// name, or a permission other than 1 to 3.
+// name, or a permission other than 1 to 3. mapReadErr: the file beside it that should hold its
+// resource fork is none that we can read.
+//
+// A resource fork is read whole when it is opened, and is there for every file: one that the file
+// does not have is empty. What is written to it is kept in memory and takes the place of the old
+// fork in one step when it is closed; until then, and for good when a write or the closing fails,
+// every other reader has the old fork, and so has whoever opened it before.
 ONDREL_EXPORT OSErr FSOpenFork(const FSRef* ref, UniCharCount forkNameLength,
                                const UniChar* forkName, signed char permissions, short* forkRefNum);
 
-// Closes the fork. The number is free afterwards, whatever the result. rfNumErr: not open; this is
-// the answer of every call below to a number that is not open.
+// Closes the fork; a resource fork that was written to is stored. The number is free afterwards,
+// whatever the result. rfNumErr: not open; this is the answer of every call below to a number that
+// is not open. Of a resource fork: the code of an earlier write that failed, or why it could not be
+// stored (fnfErr: its file is gone); the fork in the file is the old one then.
 ONDREL_EXPORT OSErr FSCloseFork(short forkRefNum);
 
 ONDREL_EXPORT OSErr FSGetForkSize(short forkRefNum, std::int64_t* size);
@@ -93,9 +102,38 @@ ONDREL_EXPORT OSErr FSGetForkPosition(short forkRefNum, std::int64_t* position);
 
 // Writes `requestCount` bytes and leaves the fork's position behind the last byte written. A short
 // transfer is continued; `*actualCount` (may be null) is what arrived, also after a failure.
+// dskFulErr, of a resource fork: it would be longer than 2^31 - 1 bytes.
 ONDREL_EXPORT OSErr FSWriteFork(short forkRefNum, unsigned short positionMode,
                                 std::int64_t positionOffset, std::size_t requestCount,
                                 const void* buffer, std::size_t* actualCount);
+
+// --- Resource files -----------------------------------------------------------------------------
+
+// Which parts of a file's catalogue record a call is to store. This library's callers store none.
+using FSCatalogInfoBitmap = std::uint32_t;
+inline constexpr FSCatalogInfoBitmap kFSCatInfoNone = 0;
+
+// Gives the file of that name in a folder an empty resource fork, one whose map lists nothing; a
+// missing file is made. The name is a Mac's, where '/' is part of a name; the file may be stored
+// under any canonically equivalent one. Through a symbolic link it is the target's fork. `newRef`
+// may be null. The fork's name must be FSGetResourceForkName's, `whichInfo` kFSCatInfoNone and the
+// two pointers behind it null: paramErr.
+// dupFNErr: the file has a resource fork that is not empty, whatever it holds; or a folder has that
+// name. fnfErr: the folder is gone. bdNamErr: no file can have that name. opWrErr: somebody writes
+// the fork. A file that was made is gone again after a failure.
+ONDREL_EXPORT OSErr FSCreateResourceFile(const FSRef* parent, UniCharCount nameLength,
+                                         const UniChar* name, FSCatalogInfoBitmap whichInfo,
+                                         const void* catalogInfo, UniCharCount forkNameLength,
+                                         const UniChar* forkName, FSRef* newRef, void* newSpec);
+
+// Opens the resource fork as FSOpenFork does, reads its map, and makes it the calling thread's
+// current resource file (see ResourceManager.h). The number is a fork's: the calls above read,
+// write and close it. After a failure `*refNum` is -1, and ResError answers the result too.
+// resFNotFound: the file has no resource fork, or an empty one. mapReadErr: it is no resource fork
+// that we can read, or damaged. Otherwise as FSOpenFork.
+ONDREL_EXPORT OSErr FSOpenResourceFile(const FSRef* ref, UniCharCount forkNameLength,
+                                       const UniChar* forkName, signed char permissions,
+                                       short* refNum);
 
 // --- Asynchronous transfers ---------------------------------------------------------------------
 
@@ -125,6 +163,8 @@ struct FSForkIOParam {
 };
 
 inline constexpr short kRequestInProgress = 1;
+
+// Transfers of resource forks are always finished when the call returns.
 
 // Starts a read. What the page cache holds arrives inside the call; what must come from the disk is
 // left to the kernel (io_uring), or read in the call where that is missing. With `readAhead` set

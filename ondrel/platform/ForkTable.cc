@@ -55,13 +55,21 @@ int FreeNumber() {
     }
 }
 
-bool IsOpen(std::uint64_t device, std::uint64_t inode, bool writersOnly) {
+// Whether a fork is open that the test says yes to.
+template <class Test>
+bool IsAnyOpen(Test test) {
     for (int number = 1; number < Capacity(); ++number) {
         const Fork& fork = Entry(number);
-        if (fork.Fd() < 0 || (writersOnly && !fork.facts.mayWrite)) continue;
-        if (fork.facts.device == device && fork.facts.inode == inode) return true;
+        if (fork.Fd() >= 0 && test(fork.facts)) return true;
     }
     return false;
+}
+
+bool HasWriter(const ForkFacts& facts) {
+    return IsAnyOpen([&](const ForkFacts& other) {
+        return other.mayWrite && other.kind == facts.kind && other.device == facts.device &&
+               other.inode == facts.inode;
+    });
 }
 
 }  // namespace
@@ -78,7 +86,7 @@ Fork* FindFork(short number) {
 OSErr AddFork(Descriptor* file, const ForkFacts& facts, short* number) {
     HoldAcrossFork<tableMutex>();
     const std::lock_guard lock(tableMutex);
-    if (facts.mayWrite && IsOpen(facts.device, facts.inode, true)) return opWrErr;
+    if (facts.mayWrite && HasWriter(facts)) return opWrErr;
     MakeRoom();
     const int free = FreeNumber();
     if (free == 0) return tmfoErr;
@@ -90,6 +98,7 @@ OSErr AddFork(Descriptor* file, const ForkFacts& facts, short* number) {
     fork.plainReads = false;
     fork.plainWrites = false;
     fork.missedCache = false;
+    fork.content = nullptr;
     fork.fd.store(file->Release(), std::memory_order_relaxed);
     ++openCount;
     nextNumber = free + 1;
@@ -106,7 +115,8 @@ Descriptor RemoveFork(short number) {
 bool HasOpenFork(std::uint64_t device, std::uint64_t inode) {
     HoldAcrossFork<tableMutex>();
     const std::lock_guard lock(tableMutex);
-    return IsOpen(device, inode, false);
+    return IsAnyOpen(
+        [=](const ForkFacts& facts) { return facts.device == device && facts.inode == inode; });
 }
 
 }  // namespace Ondrel::Host

@@ -1,30 +1,46 @@
-// Opening, closing and measuring forks, and who else writes them. The data fork is the file, so a
-// fork is the host's file under a number; a writer holds a write lock of its open file description,
-// which other processes see and which goes with the descriptor.
+// Opening, closing and measuring forks, and who else writes them. A fork is the host's file under a
+// number: the data fork is the file, and for the resource fork the file is held open beside the
+// content from its sidecar. A writer holds a write lock of its open file description, which other
+// processes see and which goes with the descriptor.
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <limits>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/ForkTable.h"
 #include "ondrel/platform/HostCalls.h"
-#include "ondrel/platform/ResourceManager.h"
+#include "ondrel/platform/HostFiles.h"
+#include "ondrel/platform/ResourceContent.h"
+#include "ondrel/platform/ResourceFile.h"
 
 namespace Ondrel {
 namespace Host {
 namespace {
 
-struct flock WholeFile(short type) {
+constexpr std::u16string_view kResourceForkName = u"RESOURCE_FORK";
+
+// Writers of the data fork lock all bytes that a file can have but the last, writers of the
+// resource fork that one: neither keeps the other away.
+constexpr off_t kByteOfResourceFork = std::numeric_limits<off_t>::max();
+
+struct flock LockOf(ForkKind kind) {
     struct flock lock {};
-    lock.l_type = type;
+    lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
+    lock.l_start = kind == ForkKind::kResource ? kByteOfResourceFork : 0;
+    lock.l_len = kind == ForkKind::kResource ? 1 : kByteOfResourceFork;
     return lock;
 }
 
-// Locks a file for its one writer. opWrErr: another has it. A file system that has no locks, or has
-// none left, keeps nobody from writing.
-OSErr LockForWriting(int fd) {
-    struct flock lock = WholeFile(F_WRLCK);
+// Locks a file for the one writer of a fork. opWrErr: another has it. A file system that has no
+// locks, or has none left, keeps nobody from writing.
+OSErr LockForWriting(int fd, ForkKind kind) {
+    struct flock lock = LockOf(kind);
     if (Retry([&] { return syscalls.fcntl_lock(fd, F_OFD_SETLK, &lock); }) != -1) return noErr;
     return errno == EAGAIN || errno == EACCES ? opWrErr : noErr;
 }
@@ -38,24 +54,66 @@ OSErr OpenFile(const char* path, int flags, Descriptor* file) {
     return errno == ENXIO ? fnfErr : LastHostError();
 }
 
-OSErr OpenDataFork(const char* path, const ForkFacts& access, short* number) {
-    ForkFacts facts = access;
-    Descriptor file;
-    const int flags = !facts.mayWrite ? O_RDONLY : facts.mayRead ? O_RDWR : O_WRONLY;
-    if (const OSErr code = OpenFile(path, flags, &file); code != noErr) return code;
+// How the file of a fork is opened. That of a resource fork is only held, and locked for a writer.
+int OpenFlags(const ForkFacts& facts) {
+    if (!facts.mayWrite) return O_RDONLY;
+    return facts.mayRead && facts.kind == ForkKind::kData ? O_RDWR : O_WRONLY;
+}
 
+OSErr Identify(const Descriptor& file, ForkFacts* facts) {
     struct stat status;
     if (Retry([&] { return syscalls.fstat(file.Get(), &status); }) == -1) return LastHostError();
     if (!S_ISREG(status.st_mode)) return fnfErr;
-    facts.device = status.st_dev;
-    facts.inode = status.st_ino;
-    if (facts.mayWrite) {
-        if (const OSErr code = LockForWriting(file.Get()); code != noErr) return code;
-    }
-    return AddFork(&file, facts, number);
+    facts->device = status.st_dev;
+    facts->inode = status.st_ino;
+    return noErr;
+}
+
+OSErr OpenWith(const std::string& path, ForkFacts facts, short* number) {
+    Descriptor file;
+    OSErr code = OpenFile(path.c_str(), OpenFlags(facts), &file);
+    if (code == noErr) code = Identify(file, &facts);
+    if (code == noErr && facts.mayWrite) code = LockForWriting(file.Get(), facts.kind);
+    if (code != noErr) return code;
+    if (facts.kind == ForkKind::kData) return AddFork(&file, facts, number);
+
+    // Read behind the lock: no other writer stores anything any more.
+    auto content = std::make_unique<ResourceContent>();
+    code = content->Load(path);
+    if (code == noErr) code = AddFork(&file, facts, number);
+    if (code == noErr) FindFork(*number)->content = content.release();
+    return code;
 }
 
 }  // namespace
+
+bool IsResourceForkName(UniCharCount length, const UniChar* name) {
+    return name != nullptr &&
+           std::equal(name, name + length, kResourceForkName.begin(), kResourceForkName.end());
+}
+
+OSErr OpenFork(const std::string& path, ForkKind kind, signed char permissions, short* number) {
+    ForkFacts facts;
+    facts.kind = kind;
+    facts.mayRead = permissions != fsWrPerm;
+    facts.mayWrite = permissions != fsRdPerm;
+    if (kind == ForkKind::kData) return OpenWith(path, facts, number);
+    // The sidecar stands beside the file itself, not beside a link to it.
+    std::string real;
+    const OSErr code = RealPath(path.c_str(), &real);
+    return code != noErr ? code : OpenWith(real, facts, number);
+}
+
+OSErr SizeOfFork(const Fork& fork, std::int64_t* size) {
+    if (fork.content != nullptr) {
+        *size = static_cast<std::int64_t>(fork.content->Size());
+        return noErr;
+    }
+    struct stat status;
+    if (Retry([&] { return syscalls.fstat(fork.Fd(), &status); }) == -1) return LastHostError();
+    *size = status.st_size;
+    return noErr;
+}
 
 OSErr ForkPosition(const Fork& fork, unsigned short mode, std::int64_t offset,
                    std::int64_t* position) {
@@ -67,13 +125,9 @@ OSErr ForkPosition(const Fork& fork, unsigned short mode, std::int64_t offset,
             break;
         case fsFromStart:
             break;
-        case fsFromLEOF: {
-            struct stat status;
-            if (Retry([&] { return syscalls.fstat(fork.Fd(), &status); }) == -1)
-                return LastHostError();
-            base = status.st_size;
+        case fsFromLEOF:
+            if (const OSErr code = SizeOfFork(fork, &base); code != noErr) return code;
             break;
-        }
         case fsFromMark:
             base = fork.position;
             break;
@@ -90,7 +144,9 @@ bool IsWrittenElsewhere(const char* path) {
     Descriptor file;
     if (OpenFile(path, O_RDONLY, &file) == permErr) (void)OpenFile(path, O_WRONLY, &file);
     if (!file.IsOpen()) return false;
-    struct flock lock = WholeFile(F_RDLCK);  // would meet writers only
+    struct flock lock {};
+    lock.l_type = F_RDLCK;  // of the whole file; would meet writers only
+    lock.l_whence = SEEK_SET;
     if (Retry([&] { return syscalls.fcntl_lock(file.Get(), F_OFD_GETLK, &lock); }) == -1)
         return false;
     return lock.l_type == F_WRLCK;
@@ -104,37 +160,40 @@ OSErr FSGetDataForkName(HFSUniStr255* name) {
     return noErr;
 }
 
-OSErr FSOpenFork(const FSRef* ref, UniCharCount forkNameLength, const UniChar*,
+OSErr FSGetResourceForkName(HFSUniStr255* name) {
+    if (name == nullptr) return paramErr;
+    *name = HFSUniStr255{};
+    name->length = static_cast<UniChar>(Host::kResourceForkName.size());
+    std::copy(Host::kResourceForkName.begin(), Host::kResourceForkName.end(), name->unicode);
+    return noErr;
+}
+
+OSErr FSOpenFork(const FSRef* ref, UniCharCount forkNameLength, const UniChar* forkName,
                  signed char permissions, short* forkRefNum) {
-    if (ref == nullptr || forkRefNum == nullptr || forkNameLength != 0) return paramErr;
+    const bool isResource = Host::IsResourceForkName(forkNameLength, forkName);
+    if (ref == nullptr || forkRefNum == nullptr) return paramErr;
+    if (forkNameLength != 0 && !isResource) return paramErr;
     if (permissions < fsRdPerm || permissions > fsRdWrPerm) return paramErr;
     std::string path;
     if (const OSErr code = FSRefMakePath(ref, &path); code != noErr) return code;
-    Host::ForkFacts access;
-    access.mayRead = permissions != fsWrPerm;
-    access.mayWrite = permissions != fsRdPerm;
-    return Host::OpenDataFork(path.c_str(), access, forkRefNum);
+    return Host::OpenFork(path, isResource ? Host::ForkKind::kResource : Host::ForkKind::kData,
+                          permissions, forkRefNum);
 }
 
 OSErr FSCloseFork(short forkRefNum) {
-    if (Host::FindFork(forkRefNum) == nullptr) return rfNumErr;
+    Host::Fork* const fork = Host::FindFork(forkRefNum);
+    if (fork == nullptr) return rfNumErr;
     Host::FinishReads(forkRefNum);
-    return Host::RemoveFork(forkRefNum).Close();
-}
-
-void CloseResFile(short refNum) {
-    (void)FSCloseFork(refNum);
+    const std::unique_ptr<Host::ResourceContent> content(std::exchange(fork->content, nullptr));
+    const OSErr stored = content == nullptr ? noErr : content->Store();
+    const OSErr closed = Host::RemoveFork(forkRefNum).Close();
+    return stored != noErr ? stored : closed;
 }
 
 OSErr FSGetForkSize(short forkRefNum, std::int64_t* size) {
     const Host::Fork* const fork = Host::FindFork(forkRefNum);
     if (fork == nullptr) return rfNumErr;
-    if (size == nullptr) return paramErr;
-    struct stat status;
-    if (Host::Retry([&] { return syscalls.fstat(fork->Fd(), &status); }) == -1)
-        return Host::LastHostError();
-    *size = status.st_size;
-    return noErr;
+    return size == nullptr ? paramErr : Host::SizeOfFork(*fork, size);
 }
 
 OSErr FSSetForkPosition(short forkRefNum, unsigned short positionMode,

@@ -1,6 +1,7 @@
 // Transfers between memory and forks. What the page cache can serve is done inside the call, by one
 // system call where the host gives all at once; a read that would have to wait for the disk goes to
-// the ring. Requests move only when their owner calls: no thread of the library's works on them.
+// the ring. Resource forks are in memory. Requests move only when their owner calls: no thread of
+// the library's works on them.
 #include <sys/uio.h>
 
 #include <algorithm>
@@ -9,6 +10,8 @@
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/ForkTable.h"
 #include "ondrel/platform/HostCalls.h"
+#include "ondrel/platform/ResourceContent.h"
+#include "ondrel/platform/ResourceFile.h"
 #include "ondrel/platform/Ring.h"
 
 namespace Ondrel {
@@ -115,8 +118,16 @@ bool ReadCached(Fork& fork, FSForkIOParam* request, OSErr* code) {
     return true;
 }
 
+OSErr ReadContent(const Fork& fork, FSForkIOParam* request) {
+    if (request->requestCount == 0) return noErr;
+    request->actualCount =
+        fork.content->Read(request->progress.start, request->buffer, request->requestCount);
+    return request->actualCount < request->requestCount ? eofErr : noErr;
+}
+
 // Reads what a request still lacks, or leaves it to the kernel.
 OSErr ReadOn(Fork& fork, FSForkIOParam* request, Patience patience) {
+    if (fork.content != nullptr) return FinishRead(fork, request, ReadContent(fork, request));
     OSErr code = noErr;
     if (!fork.plainReads && ReadCached(fork, request, &code))
         return FinishRead(fork, request, code);
@@ -193,9 +204,19 @@ ssize_t WriteSome(Fork& fork, const char* bytes, std::size_t size, std::int64_t 
     return Retry([&] { return syscalls.pwrite(fork.Fd(), bytes, size, position); });
 }
 
+OSErr WriteContent(Fork& fork, const char* bytes, std::size_t size, std::int64_t start,
+                   std::size_t* done) {
+    const OSErr code = fork.content->Write(start, bytes, size);
+    if (code != noErr) return code;
+    *done = size;
+    fork.position = start + static_cast<std::int64_t>(size);
+    return noErr;
+}
+
 // Writes until all has arrived or a call fails; `*done` is what arrived.
 OSErr WriteOn(Fork& fork, const char* bytes, std::size_t size, std::int64_t start, bool spareCache,
               std::size_t* done) {
+    if (fork.content != nullptr) return WriteContent(fork, bytes, size, start, done);
     if (size > static_cast<std::size_t>(kLastPosition - start)) return dskFulErr;
     OSErr code = noErr;
     while (*done < size && code == noErr) {
@@ -244,7 +265,8 @@ OSErr PBReadForkAsync(FSForkIOParam* request) {
     Fork* const fork = FindFork(request->forkRefNum);
     if (const OSErr code = Begin(fork, Direction::kRead, request); code != noErr)
         return FinishWithout(request, code);
-    if (!request->readAhead) return ReadOn(*fork, request, Patience::kMayLeave);
+    if (!request->readAhead || fork->content != nullptr)
+        return ReadOn(*fork, request, Patience::kMayLeave);
 
     request->progress.stage = kPutOff;
     request->ioResult = kRequestInProgress;

@@ -58,9 +58,12 @@ TEST(FileForks, OtherForksAndPermissionsAreRefusedWithMinus50) {
     const Scratch scratch;
     FSRef ref;
     ASSERT_EQ(FSPathMakeRef(scratch.Write("a", "").c_str(), &ref), noErr);
-    const UniChar name[] = {'R', 'E', 'S', 'O', 'U', 'R', 'C', 'E', '_', 'F', 'O', 'R', 'K'};
     short number = 77;
-    EXPECT_EQ(FSOpenFork(&ref, 13, name, fsRdPerm, &number), -50);
+    for (const std::u16string name : {u"R", u"RESOURCE_FOR", u"RESOURCE_FORKS", u"resource_fork"}) {
+        const std::vector<UniChar> units(name.begin(), name.end());
+        EXPECT_EQ(FSOpenFork(&ref, units.size(), units.data(), fsRdPerm, &number), -50);
+    }
+    EXPECT_EQ(FSOpenFork(&ref, 13, nullptr, fsRdPerm, &number), -50);
     for (const int permission : {-1, 0, 4, 127})
         EXPECT_EQ(FSOpenFork(&ref, 0, nullptr, static_cast<signed char>(permission), &number), -50);
     EXPECT_EQ(FSOpenFork(nullptr, 0, nullptr, fsRdPerm, &number), -50);

@@ -1,0 +1,206 @@
+// Composing resource forks. The data area is laid out first, and tells where each resource went;
+// the map is built from that. Its fields are 16 and 24 bits wide, and what does not fit is refused
+// before anything is stored.
+#include "ondrel/platform/ComposeFork.h"
+
+#include <algorithm>
+#include <map>
+#include <span>
+#include <vector>
+
+#include "ondrel/platform/BigEndian.h"
+#include "ondrel/platform/ResourceMap.h"
+
+namespace Ondrel {
+namespace {
+
+constexpr std::size_t kDataOffset = 256;
+constexpr std::size_t kForkHeader = 16;
+constexpr std::size_t kMapHeader = 28;
+constexpr std::size_t kTypeSize = 8;
+constexpr std::size_t kReferenceSize = 12;
+constexpr std::size_t kMostData = 1 << 24;
+constexpr std::size_t kMost16 = 0xFFFF;
+constexpr std::uint16_t kNone = 0xFFFF;
+
+void Append16(std::string& bytes, std::size_t value) {
+    bytes.append(2, '\0');
+    Put16(bytes, bytes.size() - 2, static_cast<std::uint16_t>(value));
+}
+
+void Append32(std::string& bytes, std::size_t value) {
+    bytes.append(4, '\0');
+    Put32(bytes, bytes.size() - 4, static_cast<std::uint32_t>(value));
+}
+
+// --- The data -----------------------------------------------------------------------------------
+
+// The data area as it grows. Bytes that came from one place of the old fork are stored once.
+class DataArea {
+ public:
+    // Where the bytes are now; false when they would lie too far for a map.
+    bool Add(std::string_view data, std::uint32_t* offset) {
+        if (area_.size() >= kMostData || data.size() > kMostData) return false;
+        if (area_.size() > kMostData - data.size()) return false;
+        *offset = static_cast<std::uint32_t>(area_.size());
+        Append32(area_, data.size());
+        area_.append(data);
+        return true;
+    }
+
+    OSErr Keep(const ResourceMap& map, const Resource& resource, std::uint32_t* offset) {
+        const auto known = kept_.find(resource.dataOffset);
+        if (known != kept_.end()) {
+            *offset = known->second;
+            return noErr;
+        }
+        std::string_view data;
+        if (const OSErr error = map.Data(resource, &data); error != noErr) return error;
+        if (!Add(data, offset)) return dskFulErr;
+        kept_[resource.dataOffset] = *offset;
+        return noErr;
+    }
+
+    const std::string& Bytes() const { return area_; }
+
+ private:
+    std::string area_;
+    std::map<std::uint32_t, std::uint32_t> kept_;  // offset in the old fork, offset here
+};
+
+// --- The map ------------------------------------------------------------------------------------
+
+// Runs of resources of one type in a list that has the types together.
+std::size_t RunLength(const std::vector<Resource>& resources, std::size_t start) {
+    std::size_t end = start;
+    while (end < resources.size() && resources[end].type == resources[start].type)
+        ++end;
+    return end - start;
+}
+
+std::size_t CountTypes(const std::vector<Resource>& resources) {
+    std::size_t types = 0;
+    for (std::size_t at = 0; at < resources.size(); at += RunLength(resources, at))
+        ++types;
+    return types;
+}
+
+// The type list, which counts its references from its own start.
+bool AppendTypes(const std::vector<Resource>& resources, std::string& map) {
+    const std::size_t types = CountTypes(resources);
+    std::size_t references = 2 + types * kTypeSize;
+    if (types > kMost16) return false;
+    Append16(map, types - 1);
+    for (std::size_t at = 0; at < resources.size();) {
+        const std::size_t count = RunLength(resources, at);
+        if (references > kMost16 || count > kMost16) return false;
+        Append32(map, resources[at].type);
+        Append16(map, count - 1);
+        Append16(map, references);
+        references += count * kReferenceSize;
+        at += count;
+    }
+    return true;
+}
+
+// The references, and the names that they point to.
+bool AppendReferences(const std::vector<Resource>& resources, std::string& map,
+                      std::string& names) {
+    for (const Resource& resource : resources) {
+        if (resource.hasName && names.size() >= kNone) return false;
+        Append16(map, static_cast<std::uint16_t>(resource.id));
+        Append16(map, resource.hasName ? names.size() : kNone);
+        Append32(map, (std::size_t{resource.attributes} << 24) | resource.dataOffset);
+        Append32(map, 0);
+        if (!resource.hasName) continue;
+        names.push_back(static_cast<char>(resource.name.size()));
+        names.append(resource.name);
+    }
+    return true;
+}
+
+bool ComposeMap(const std::vector<Resource>& resources, std::uint16_t attributes,
+                std::string* map) {
+    map->assign(kMapHeader, '\0');
+    std::string names;
+    if (!AppendTypes(resources, *map) || !AppendReferences(resources, *map, names)) return false;
+    if (map->size() > kMost16) return false;
+    Put16(*map, 22, attributes);
+    Put16(*map, 24, kMapHeader);
+    Put16(*map, 26, static_cast<std::uint16_t>(map->size()));
+    map->append(names);
+    return true;
+}
+
+// --- The fork -----------------------------------------------------------------------------------
+
+// The header with the two areas that the system and applications have in it.
+std::string Header(std::string_view fork) {
+    std::string header(kDataOffset, '\0');
+    if (fork.size() >= kDataOffset && Get32(fork, 0) >= kDataOffset)
+        header.replace(kForkHeader, kDataOffset - kForkHeader,
+                       fork.substr(kForkHeader, kDataOffset - kForkHeader));
+    return header;
+}
+
+std::string Join(std::string header, const std::string& data, std::string map) {
+    Put32(header, 0, kDataOffset);
+    Put32(header, 4, static_cast<std::uint32_t>(kDataOffset + data.size()));
+    Put32(header, 8, static_cast<std::uint32_t>(data.size()));
+    Put32(header, 12, static_cast<std::uint32_t>(map.size()));
+    map.replace(0, kForkHeader, header, 0, kForkHeader);
+    return header.append(data).append(map);
+}
+
+// The list with the new resource in it, once.
+std::vector<Resource> Inserted(std::span<const Resource> old, const Resource& added) {
+    std::vector<Resource> resources;
+    auto place = resources.size();
+    bool isIn = false;
+    for (const Resource& resource : old) {
+        const bool isIt = resource.type == added.type && resource.id == added.id;
+        if (!isIt || !isIn) resources.push_back(isIt ? added : resource);
+        isIn = isIn || isIt;
+        if (resource.type == added.type) place = resources.size();
+    }
+    if (isIn) return resources;
+    if (place == 0) place = resources.size();
+    resources.insert(resources.begin() + static_cast<std::ptrdiff_t>(place), added);
+    return resources;
+}
+
+}  // namespace
+
+std::string EmptyFork() {
+    std::string map;
+    (void)ComposeMap({}, 0, &map);
+    return Join(Header({}), {}, std::move(map));
+}
+
+OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std::string_view data,
+                       std::string* composed) {
+    ResourceMap old;
+    const OSErr error = old.Read(fork);
+    if (error != noErr && error != resFNotFound) return error;
+
+    // `data` has no place in the old fork; its resource is known by the type and ID.
+    std::vector<Resource> resources = Inserted(old.Resources(), {type, id, 0, 0, false, {}});
+    DataArea area;
+    for (Resource& resource : resources) {
+        const bool isNew = resource.type == type && resource.id == id;
+        std::uint32_t offset = 0;
+        OSErr kept = noErr;
+        if (isNew)
+            kept = area.Add(data, &offset) ? noErr : dskFulErr;
+        else
+            kept = area.Keep(old, resource, &offset);
+        if (kept != noErr) return kept;
+        resource.dataOffset = offset;
+    }
+    std::string map;
+    if (!ComposeMap(resources, old.Attributes(), &map)) return dskFulErr;
+    *composed = Join(Header(fork), area.Bytes(), std::move(map));
+    return noErr;
+}
+
+}  // namespace Ondrel
