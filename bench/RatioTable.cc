@@ -3,8 +3,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <set>
 
@@ -13,6 +15,8 @@ namespace {
 
 class Collector : public benchmark::BenchmarkReporter {
  public:
+    explicit Collector(bool processorTime) : processorTime_(processorTime) {}
+
     bool ReportContext(const Context&) override { return true; }
 
     void ReportRuns(const std::vector<Run>& runs) override {
@@ -23,7 +27,8 @@ class Collector : public benchmark::BenchmarkReporter {
                 failed_ = true;
             } else if (run.aggregate_name == "median") {
                 works_[run.family_index] =
-                    Keep(run.run_name.function_name, run.GetAdjustedRealTime());
+                    Keep(run.run_name.function_name,
+                         processorTime_ ? run.GetAdjustedCPUTime() : run.GetAdjustedRealTime());
             }
         }
     }
@@ -68,18 +73,30 @@ class Collector : public benchmark::BenchmarkReporter {
         std::printf("\n");
     }
 
+    const bool processorTime_;
     std::map<std::int64_t, std::string> works_;  // by the order in which they were registered
     std::map<std::string, std::map<std::string, double>> medians_;
     bool failed_ = false;
 };
 
+// Takes an argument of ours out of those for the benchmark library.
+bool TakeArgument(int* argc, char** argv, const char* name) {
+    char** const end = argv + *argc;
+    char** const kept = std::remove_if(
+        argv + 1, end, [&](const char* given) { return std::strcmp(given, name) == 0; });
+    const bool found = kept != end;
+    *argc = static_cast<int>(kept - argv);
+    return found;
+}
+
 }  // namespace
 
 int RunAndPrint(int argc, char** argv, const std::vector<std::string>& contenders,
                 const std::vector<std::string>& skipped) {
+    const bool processorTime = TakeArgument(&argc, argv, "--processor_time");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
-    Collector collector;
+    Collector collector(processorTime);
     benchmark::RunSpecifiedBenchmarks(&collector);
     benchmark::Shutdown();
     collector.Print(contenders);

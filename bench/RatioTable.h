@@ -12,7 +12,9 @@
 namespace Bench {
 
 // `contenders` gives the order of the columns; those in `skipped` are named below the table.
-// Arguments are Google Benchmark's; the result is the program's.
+// Arguments are Google Benchmark's, and --processor_time, which takes the processor's time in place
+// of the clock's: work that never waits can so be measured on a machine that others use as well.
+// The result is the program's.
 int RunAndPrint(int argc, char** argv, const std::vector<std::string>& contenders,
                 const std::vector<std::string>& skipped);
 

@@ -185,6 +185,7 @@ void Register(const std::string& contender) {
     const auto add = [&](const char* work, void (*run)(benchmark::State&)) {
         benchmark::RegisterBenchmark((work + ("/" + contender)).c_str(), run)
             ->Unit(benchmark::kMillisecond)
+            ->MeasureProcessCPUTime()
             ->UseRealTime();
     };
     add("read 8-bit", ReadValues<Contender, 8>);
