@@ -52,7 +52,7 @@ class Collector : public benchmark::BenchmarkReporter {
     // Answers the work that the benchmark's name begins with.
     std::string Keep(const std::string& name, double milliseconds) {
         const std::size_t slash = name.find('/');
-        const std::string work = name.substr(0, slash);
+        std::string work = name.substr(0, slash);
         medians_[work][name.substr(slash + 1)] = milliseconds;
         return work;
     }

@@ -256,7 +256,7 @@ std::string MessageOf(const fs::path& path, int* result) {
     *result = ReadDocument(&f, ReferenceTo(path), &document);
     // A file that is not there leaves no stream behind that could tell.
     if (*result == fnfErr) lasterror = fnfErr;
-    const std::string message = GetFileErrorMessage(f.sys != nullptr ? &f : nullptr);
+    std::string message = GetFileErrorMessage(f.sys != nullptr ? &f : nullptr);
     f.Close();
     return message;
 }
