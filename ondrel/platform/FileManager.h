@@ -22,8 +22,11 @@ namespace Ondrel {
 // --- References ---------------------------------------------------------------------------------
 
 // An opaque reference to an existing item: the item itself, never the target of a link. It holds no
-// resource and may be copied as bytes. It goes on naming its item when the item is renamed within
-// its folder, and is refused with fnfErr when the item is gone.
+// resource and may be copied as bytes; it means nothing to another process or a later run. It goes
+// on naming its item when the item is renamed within its folder, and is refused with fnfErr when
+// the item is gone, moved to another folder or replaced, or when a folder above it has another
+// name. Of several names of one file in one folder it names the one that it was made of, while that
+// is there.
 struct FSRef {
     unsigned char hidden[80];
 };

@@ -75,6 +75,12 @@ inline std::string Read(short fork, std::int64_t offset, std::size_t count, OSEr
     return bytes;
 }
 
+inline std::int64_t Position(short fork) {
+    std::int64_t position = -1;
+    EXPECT_EQ(FSGetForkPosition(fork, &position), noErr);
+    return position;
+}
+
 // Bytes that tell every place from every other.
 inline std::string Pattern(std::size_t size) {
     std::string bytes(size, '\0');
