@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <utility>
@@ -15,13 +16,16 @@ constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 thread_local constinit std::size_t refusedFrom = kNever;
 thread_local constinit std::size_t refusedTo = 0;
 thread_local constinit std::size_t largest = 0;
+thread_local constinit int mark = -1;
 
 }  // namespace
 
 void* AllocateOrNull(std::size_t size) noexcept {
     largest = std::max(largest, size);
     if (size >= refusedFrom && size <= refusedTo) return nullptr;
-    return std::malloc(size == 0 ? 1 : size);
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    if (block != nullptr && mark >= 0) std::memset(block, mark, size);
+    return block;
 }
 
 void* Allocate(std::size_t size) {
@@ -38,6 +42,14 @@ RefuseAllocations::RefuseAllocations(std::size_t from, std::size_t to) {
 RefuseAllocations::~RefuseAllocations() {
     refusedFrom = kNever;
     refusedTo = 0;
+}
+
+MarkAllocations::MarkAllocations(unsigned char byte) {
+    mark = byte;
+}
+
+MarkAllocations::~MarkAllocations() {
+    mark = -1;
 }
 
 std::size_t TakeLargestAllocation() {

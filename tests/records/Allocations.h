@@ -15,6 +15,15 @@ class RefuseAllocations {
     RefuseAllocations& operator=(const RefuseAllocations&) = delete;
 };
 
+// While it lives, what this thread is given is filled with that byte.
+class MarkAllocations {
+ public:
+    explicit MarkAllocations(unsigned char byte);
+    ~MarkAllocations();
+    MarkAllocations(const MarkAllocations&) = delete;
+    MarkAllocations& operator=(const MarkAllocations&) = delete;
+};
+
 // The largest request of this thread since the last call.
 std::size_t TakeLargestAllocation();
 
