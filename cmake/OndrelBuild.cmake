@@ -24,6 +24,8 @@ endif()
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+pkg_check_modules(PIXMAN REQUIRED IMPORTED_TARGET pixman-1)
+pkg_check_modules(PNG REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(URING REQUIRED IMPORTED_TARGET liburing)
 
 # ondrel_layer(NAME HEADERS file ... SOURCES file ... [LIBRARIES target ...])

@@ -1,0 +1,176 @@
+// Drawing through pixman. Scaling treats the four bytes of a pixel alike, so that it can use the
+// one pixel format that the compositor is fastest with; only putting the result over what is there
+// needs to know which byte is alpha.
+#include "ondrel/platform/Images.h"
+
+#include <pixman.h>
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace Ondrel {
+namespace {
+
+constexpr bool kLittle = std::endian::native == std::endian::little;
+constexpr pixman_format_code_t kAnyOrder = PIXMAN_a8r8g8b8;
+constexpr pixman_format_code_t kAlphaFirst = kLittle ? PIXMAN_b8g8r8a8 : PIXMAN_a8r8g8b8;
+constexpr pixman_format_code_t kSkipFirst = kLittle ? PIXMAN_b8g8r8x8 : PIXMAN_x8r8g8b8;
+
+constexpr std::size_t kPixel = 4;
+
+bool IsRoomFor(const void* pixels, int width, int height, std::size_t rowBytes) {
+    const bool isSize =
+        width > 0 && height > 0 && width <= kMostImagePixels && height <= kMostImagePixels;
+    return isSize && pixels != nullptr && reinterpret_cast<std::uintptr_t>(pixels) % kPixel == 0 &&
+           rowBytes % kPixel == 0 && rowBytes / kPixel >= static_cast<std::size_t>(width) &&
+           rowBytes <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+}
+
+// --- Pixels -------------------------------------------------------------------------------------
+
+// Pixels in memory of ours, or of the caller's.
+struct Pixels {
+    std::vector<std::uint32_t> own;
+    const std::uint32_t* start = nullptr;
+    int width = 0;
+    int height = 0;
+    std::size_t rowBytes = 0;
+
+    void MakeOwn(int newWidth, int newHeight) {
+        own.resize(static_cast<std::size_t>(newWidth) * static_cast<std::size_t>(newHeight));
+        start = own.data();
+        width = newWidth;
+        height = newHeight;
+        rowBytes = static_cast<std::size_t>(newWidth) * kPixel;
+    }
+};
+
+struct Unref {
+    void operator()(pixman_image_t* image) const { pixman_image_unref(image); }
+};
+using PixmanImage = std::unique_ptr<pixman_image_t, Unref>;
+
+// What is drawn from is never written to, whatever the compositor's interface says.
+PixmanImage Wrap(const void* pixels, int width, int height, std::size_t rowBytes,
+                 pixman_format_code_t format) {
+    auto* const bits = static_cast<std::uint32_t*>(const_cast<void*>(pixels));
+    PixmanImage image(
+        pixman_image_create_bits_no_clear(format, width, height, bits, static_cast<int>(rowBytes)));
+    if (image == nullptr) throw std::bad_alloc();
+    return image;
+}
+
+unsigned char Scaled(unsigned char colour, unsigned char alpha) {
+    const unsigned product = colour * alpha + 128U;
+    return static_cast<unsigned char>((product + (product >> 8)) >> 8);
+}
+
+Pixels Premultiplied(const Image& image) {
+    Pixels pixels;
+    pixels.MakeOwn(image.width, image.height);
+    auto* to = reinterpret_cast<unsigned char*>(pixels.own.data());
+    for (int y = 0; y < image.height; ++y) {
+        const unsigned char* from = image.pixels + static_cast<std::size_t>(y) * image.rowBytes;
+        for (int x = 0; x < image.width; ++x, from += kPixel, to += kPixel) {
+            to[0] = from[0];
+            for (int i = 1; i < 4; ++i)
+                to[i] = Scaled(from[i], from[0]);
+        }
+    }
+    return pixels;
+}
+
+Pixels PixelsOf(const Image& image) {
+    if (image.alpha == AlphaInfo::kFirst) return Premultiplied(image);
+    Pixels pixels;
+    pixels.start = reinterpret_cast<const std::uint32_t*>(image.pixels);
+    pixels.width = image.width;
+    pixels.height = image.height;
+    pixels.rowBytes = image.rowBytes;
+    return pixels;
+}
+
+// --- Scaling ------------------------------------------------------------------------------------
+
+pixman_fixed_t Ratio(int from, int to) {
+    return static_cast<pixman_fixed_t>((std::int64_t{from} << 16) / to);
+}
+
+// Between neighbours: right for anything from half the size on.
+Pixels Interpolated(const Pixels& from, int width, int height) {
+    Pixels to;
+    to.MakeOwn(width, height);
+    const PixmanImage source = Wrap(from.start, from.width, from.height, from.rowBytes, kAnyOrder);
+    const PixmanImage target = Wrap(to.start, width, height, to.rowBytes, kAnyOrder);
+    pixman_transform_t transform;
+    pixman_transform_init_scale(&transform, Ratio(from.width, width), Ratio(from.height, height));
+    if (!pixman_image_set_transform(source.get(), &transform) ||
+        !pixman_image_set_filter(source.get(), PIXMAN_FILTER_BILINEAR, nullptr, 0))
+        throw std::bad_alloc();
+    pixman_image_set_repeat(source.get(), PIXMAN_REPEAT_PAD);
+    pixman_image_composite32(PIXMAN_OP_SRC, source.get(), nullptr, target.get(), 0, 0, 0, 0, 0, 0,
+                             width, height);
+    return to;
+}
+
+// The next size on the way: half as long as that is not too short, and then the size itself.
+int Step(int from, int to) {
+    return from / 2 <= to ? to : from / 2 + from % 2;
+}
+
+Pixels ScaledTo(Pixels pixels, int width, int height) {
+    while (pixels.width != width || pixels.height != height)
+        pixels = Interpolated(pixels, Step(pixels.width, width), Step(pixels.height, height));
+    return pixels;
+}
+
+// --- Drawing ------------------------------------------------------------------------------------
+
+bool IsValid(const ImageRect& rect) {
+    return rect.width > 0 && rect.height > 0 && rect.width <= kMostImagePixels &&
+           rect.height <= kMostImagePixels;
+}
+
+bool Meets(const BitmapContext& context, const ImageRect& rect) {
+    return rect.left < context.width && rect.top < context.height && rect.left > -rect.width &&
+           rect.top > -rect.height;
+}
+
+void Draw(const BitmapContext& context, const ImageRect& rect, const Image& image) {
+    const bool isOpaque = image.alpha == AlphaInfo::kNoneSkipFirst;
+    const Pixels pixels = ScaledTo(PixelsOf(image), rect.width, rect.height);
+    const PixmanImage source = Wrap(pixels.start, pixels.width, pixels.height, pixels.rowBytes,
+                                    isOpaque ? kSkipFirst : kAlphaFirst);
+    const PixmanImage target =
+        Wrap(context.pixels, context.width, context.height, context.rowBytes, kAlphaFirst);
+    pixman_image_composite32(isOpaque ? PIXMAN_OP_SRC : PIXMAN_OP_OVER, source.get(), nullptr,
+                             target.get(), 0, 0, 0, 0, rect.left, rect.top, rect.width,
+                             rect.height);
+}
+
+}  // namespace
+
+bool Image::IsValid() const {
+    return IsRoomFor(pixels, width, height, rowBytes);
+}
+
+bool BitmapContext::IsValid() const {
+    return IsRoomFor(pixels, width, height, rowBytes);
+}
+
+OSErr DrawImage(const BitmapContext& context, const ImageRect& rect, const Image& image) {
+    if (!context.IsValid() || !image.IsValid() || !IsValid(rect)) return paramErr;
+    if (!Meets(context, rect)) return noErr;
+    try {
+        Draw(context, rect, image);
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+    return noErr;
+}
+
+}  // namespace Ondrel
