@@ -100,7 +100,7 @@ class ONDREL_EXPORT PICTResource {
  public:
     explicit PICTResource(ResourceFork* fork) : fork_(fork) {}
 
-    // The 58 bytes that every picture of ours begins with.
+    // The 54 bytes that every picture of ours begins with.
     //
     //   0   2   50: a size that readers do not look at
     //   2   8   frame: top 0, left 0, bottom, right

@@ -3,25 +3,18 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <type_traits>
 
 #include "ondrel/preview/drapix.h"
+#include "tests/preview/Pixels.h"
 #include "tests/records/Allocations.h"
 #include "tests/support/Scratch.h"
 
 namespace Ondrel::Testing {
 namespace {
 
-struct Release {
-    void operator()(drapix* map) const { drapixdea(map); }
-    void operator()(draenv* buffer) const { dradea(buffer); }
-};
-using OwnedPix = std::unique_ptr<drapix, Release>;
-using OwnedEnv = std::unique_ptr<draenv, Release>;
-
-std::string Pixels(const drapix& map, std::size_t bytes) {
+std::string PixelsOf(const drapix& map, std::size_t bytes) {
     return Hex({reinterpret_cast<const char*>(map.base), bytes});
 }
 
@@ -70,7 +63,7 @@ TEST(Drapix, AOneBitBufferAsksForItsRowsAndNoMore) {
 TEST(Drapix, A32BitMapStartsWhite) {
     const OwnedPix one(drapixall(1, 1));
     ASSERT_NE(one, nullptr);
-    EXPECT_EQ(Pixels(*one, 4), "00 FF FF FF");
+    EXPECT_EQ(PixelsOf(*one, 4), "00 FF FF FF");
     EXPECT_EQ(one->rowBytes, 4);
     EXPECT_EQ(one->depth, 32);
 
@@ -84,27 +77,27 @@ TEST(Drapix, A32BitMapStartsWhite) {
     std::string white;
     for (int i = 0; i < 35; ++i)
         white += "00 FF FF FF ";
-    EXPECT_EQ(Pixels(*map, 140) + " ", white);
+    EXPECT_EQ(PixelsOf(*map, 140) + " ", white);
 }
 
 TEST(Drapix, An8BitMapStartsWithTheSameBytes) {
     const OwnedPix map(drapix8all(1, 4));
-    EXPECT_EQ(Pixels(*map, 4), "00 FF FF FF");
+    EXPECT_EQ(PixelsOf(*map, 4), "00 FF FF FF");
     EXPECT_EQ(map->rowBytes, 4);
     EXPECT_EQ(map->depth, 8);
     const OwnedPix larger(drapix8all(2, 5));
-    EXPECT_EQ(Pixels(*larger, 8), "00 FF FF FF 00 FF FF FF");
+    EXPECT_EQ(PixelsOf(*larger, 8), "00 FF FF FF 00 FF FF FF");
 }
 
 // What is not filled holds what the allocation gave; marked blocks make it visible.
 TEST(Drapix, WhatMakesNoWholeWordIsNotFilled) {
     const MarkAllocations marked(0xA5);
     const OwnedPix three(drapix8all(1, 3));
-    EXPECT_EQ(Pixels(*three, 3), "A5 A5 A5");
+    EXPECT_EQ(PixelsOf(*three, 3), "A5 A5 A5");
     const OwnedPix seven(drapix8all(1, 7));
-    EXPECT_EQ(Pixels(*seven, 7), "00 FF FF FF A5 A5 A5");
+    EXPECT_EQ(PixelsOf(*seven, 7), "00 FF FF FF A5 A5 A5");
     const OwnedPix bits(drapixallcou(2, 64, 1));
-    EXPECT_EQ(Pixels(*bits, 4), "A5 A5 A5 A5");
+    EXPECT_EQ(PixelsOf(*bits, 4), "A5 A5 A5 A5");
     const OwnedEnv buffer(draall(1, 32));
     EXPECT_EQ(Hex({reinterpret_cast<const char*>(buffer->base), 4}), "A5 A5 A5 A5");
 }
