@@ -106,18 +106,25 @@ int main(int argc, char** argv) {
     content.assign(kSize, 'c');
     std::vector<std::string> contenders = {"floor", "libOndrelOld"};
     std::vector<std::string> skipped;
-    benchmark::RegisterBenchmark("durable save of 1 MiB/floor", Save<SaveAtFloor>)->UseRealTime();
+    benchmark::RegisterBenchmark("durable save of 1 MiB/floor", Save<SaveAtFloor>)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
     benchmark::RegisterBenchmark("durable save of 1 MiB/libOndrelOld", Save<SaveByLibrary>)
+        ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 #ifdef BENCH_HAS_QT
     contenders.push_back("QSaveFile");
-    benchmark::RegisterBenchmark("durable save of 1 MiB/QSaveFile", Save<SaveByQt>)->UseRealTime();
+    benchmark::RegisterBenchmark("durable save of 1 MiB/QSaveFile", Save<SaveByQt>)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
 #else
     skipped.push_back("QSaveFile");
 #endif
 #ifdef BENCH_HAS_GLIB
     contenders.push_back("GLib");
-    benchmark::RegisterBenchmark("durable save of 1 MiB/GLib", Save<SaveByGlib>)->UseRealTime();
+    benchmark::RegisterBenchmark("durable save of 1 MiB/GLib", Save<SaveByGlib>)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
 #else
     skipped.push_back("GLib");
 #endif

@@ -13,6 +13,9 @@ if(ONDREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options(-Wno-restrict)  # g++ 12 warns of overlaps in std::string that cannot be
+endif()
 if(ONDREL_WERROR)
   add_compile_options(-Werror)
 endif()

@@ -92,7 +92,11 @@ int filsavtem(fil* f, errtyp* e, const filref* folder, unsigned int typeId, cons
     if (!AttachRecord(f, e)) return Fail(e, -1);
     f->sys->error = PlaceRecord(f->sys, folder, name);
     if (f->sys->error != noErr) return Fail(e, -1);
-    return filsavtail(f, name != nullptr ? 1 : 0, typeId);
+    if (name != nullptr) return filsavtail(f, 1, typeId);
+    const int result = filsavtail(f, 0, typeId);
+    // Nobody will look for a made-up name: the folder is flushed when the file gets a lasting one.
+    if (result == 0) (void)FSMarkForkTemporary(f->sys->forkRef);
+    return result;
 }
 
 int filflu(fil* f) {

@@ -22,9 +22,10 @@ namespace Ondrel {
 ONDREL_EXPORT int filsavtem(fil* f, errtyp* e, const filref* folder, unsigned int typeId,
                             const char* name);
 
-// Writes what is buffered and brings the file and its folder entry to the disk. The position stays.
-// 0; -1, raised or returned, after a failure, which is latched: the stream then refuses to write
-// until it is moved or closed. Where nothing is buffered nothing is flushed either.
+// Writes what is buffered and brings the file and its folder entry to the disk; of a temporary file
+// under a made-up name the entry is left to whoever gives the file a lasting name. The position
+// stays. 0; -1, raised or returned, after a failure, which is latched: the stream then refuses to
+// write until it is moved or closed. On a stream to which nothing was written nothing is flushed.
 ONDREL_EXPORT int filflu(fil* f);
 
 }  // namespace Ondrel

@@ -198,6 +198,11 @@ ONDREL_EXPORT void PBDropFork(FSForkIOParam* request);
 // file, or no regular one.
 ONDREL_EXPORT OSErr FSFlushFile(const char* path);
 
+// Tells that an open fork is that of a temporary file, under a name that nobody will look for:
+// while it is open FSFlushFile leaves the file's folder entry alone. Whoever gives the file its
+// lasting name flushes the folder then, and the disk is waited for once less.
+ONDREL_EXPORT OSErr FSMarkForkTemporary(short forkRefNum);
+
 }  // namespace Ondrel
 
 #endif

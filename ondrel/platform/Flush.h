@@ -8,9 +8,12 @@
 
 namespace Ondrel::Host {
 
-// Brings a regular file's bytes to the disk, and what is needed to find them. fnfErr: no such file,
-// or no regular one.
-OSErr FlushContents(const char* path);
+enum class FlushWhen { kAlways, kUnlessFlushed };
+
+// Brings a regular file's bytes to the disk, and what is needed to find them. kUnlessFlushed: not
+// when they were flushed before and the file has not changed since. `*temporary` (may be null)
+// tells whether an open fork marks it as a temporary file. fnfErr: no such file, or no regular one.
+OSErr FlushContents(const char* path, FlushWhen when, bool* temporary);
 
 // Brings a folder's entries to the disk. A file system that has no such thing answers EINVAL, which
 // is no failure.

@@ -98,6 +98,8 @@ OSErr AddFork(Descriptor* file, const ForkFacts& facts, short* number) {
     fork.plainReads = false;
     fork.plainWrites = false;
     fork.missedCache = false;
+    fork.unflushed = false;
+    fork.temporary = false;
     fork.content = nullptr;
     fork.fd.store(file->Release(), std::memory_order_relaxed);
     ++openCount;
@@ -110,6 +112,19 @@ Descriptor RemoveFork(short number) {
     const std::lock_guard lock(tableMutex);
     --openCount;
     return Descriptor(Entry(number).fd.exchange(-1, std::memory_order_relaxed));
+}
+
+bool NoteFlush(std::uint64_t device, std::uint64_t inode) {
+    HoldAcrossFork<tableMutex>();
+    const std::lock_guard lock(tableMutex);
+    bool temporary = false;
+    for (int number = 1; number < Capacity(); ++number) {
+        Fork& fork = Entry(number);
+        if (fork.Fd() < 0 || fork.facts.device != device || fork.facts.inode != inode) continue;
+        fork.unflushed = false;
+        temporary = temporary || fork.temporary;
+    }
+    return temporary;
 }
 
 bool HasOpenFork(std::uint64_t device, std::uint64_t inode) {

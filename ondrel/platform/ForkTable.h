@@ -40,6 +40,8 @@ struct Fork {
     bool plainReads = false;             // the file system cannot read without waiting
     bool plainWrites = false;            // the file system cannot spare the page cache
     bool missedCache = false;            // the last read had to go to the disk
+    bool unflushed = false;              // written to since the file was last flushed
+    bool temporary = false;              // its folder entry need not be flushed
     ResourceContent* content = nullptr;  // of a resource fork, owned; null for a data fork
 
     int Fd() const { return fd.load(std::memory_order_relaxed); }
@@ -76,6 +78,10 @@ OSErr OpenFork(const std::string& path, ForkKind kind, signed char permissions, 
 
 // This process has a fork of the file open, for reading or writing.
 bool HasOpenFork(std::uint64_t device, std::uint64_t inode);
+
+// The file was flushed: no fork of it in this process has anything unflushed. Answers whether one
+// of them is marked as that of a temporary file.
+bool NoteFlush(std::uint64_t device, std::uint64_t inode);
 
 // Another process that uses this library, or this one, has a fork of the file open for writing.
 // Looking keeps

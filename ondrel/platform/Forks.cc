@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "ondrel/platform/FileManager.h"
+#include "ondrel/platform/FlushNotes.h"
 #include "ondrel/platform/ForkTable.h"
 #include "ondrel/platform/HostCalls.h"
 #include "ondrel/platform/HostFiles.h"
@@ -184,10 +185,18 @@ OSErr FSCloseFork(short forkRefNum) {
     Host::Fork* const fork = Host::FindFork(forkRefNum);
     if (fork == nullptr) return rfNumErr;
     Host::FinishReads(forkRefNum);
+    if (fork->unflushed) Host::ForgetFlush(fork->facts.device, fork->facts.inode);
     const std::unique_ptr<Host::ResourceContent> content(std::exchange(fork->content, nullptr));
     const OSErr stored = content == nullptr ? noErr : content->Store();
     const OSErr closed = Host::RemoveFork(forkRefNum).Close();
     return stored != noErr ? stored : closed;
+}
+
+OSErr FSMarkForkTemporary(short forkRefNum) {
+    Host::Fork* const fork = Host::FindFork(forkRefNum);
+    if (fork == nullptr) return rfNumErr;
+    fork->temporary = true;
+    return noErr;
 }
 
 OSErr FSGetForkSize(short forkRefNum, std::int64_t* size) {

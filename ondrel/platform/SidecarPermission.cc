@@ -53,7 +53,8 @@ OSErr SidecarPermission::Apply(const Descriptor& file) const {
         return noErr;
     if (!list_.empty()) mode = WithoutGroup(mode);
     // A list that the file has from its folder may let in more people.
-    (void)Retry([&] { return syscalls.fremovexattr(fd, kAccessList); });
+    if (Retry([&] { return syscalls.fgetxattr(fd, kAccessList, nullptr, 0); }) > 0)
+        (void)Retry([&] { return syscalls.fremovexattr(fd, kAccessList); });
     if (isSameOwner && (status.st_mode & 07777) == mode) return noErr;
     return CodeOf(Retry([&] { return syscalls.fchmod(fd, mode); }));
 }

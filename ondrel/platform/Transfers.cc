@@ -222,6 +222,7 @@ OSErr WriteOn(Fork& fork, const char* bytes, std::size_t size, std::int64_t star
     while (*done < size && code == noErr) {
         const ssize_t written = WriteSome(fork, bytes + *done, std::min(size - *done, kMostBytes),
                                           start + static_cast<std::int64_t>(*done), spareCache);
+        fork.unflushed = true;
         if (written > 0)
             *done += static_cast<std::size_t>(written);
         else

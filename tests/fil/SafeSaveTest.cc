@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "ondrel/core/FileSpecFunctions.h"
 #include "ondrel/core/FileType.h"
 #include "ondrel/fil/temporaryname.h"
 #include "ondrel/filref/operations.h"
@@ -214,6 +215,48 @@ TEST_F(SafeSaveTest, FileAndFolderAreFlushed) {
         FaultPlan count(1000000, EIO, call);
         EXPECT_EQ(filflu(&f), 0);
         EXPECT_GE(count.Calls(), 1) << call;
+    }
+}
+
+TEST_F(SafeSaveTest, TheFolderOfAMadeUpNameIsLeftToTheSwap) {
+    scratch_.Write("dir/doc", "old");
+    const filref folder = Ref("dir:");
+    FileSpec document;
+    ASSERT_EQ(Ref("dir:doc").convertToFileSpec(document), 0);
+    FileSpec finished;
+    fil f;
+    ASSERT_EQ(filsavtem(&f, nullptr, &folder, 0, nullptr), 0);
+    ASSERT_EQ(filwri32(&f, 0x6E657721), 0);
+    {
+        FaultPlan folders(1000, EIO, "fsync");
+        EXPECT_EQ(filflu(&f), 0);
+        EXPECT_EQ(folders.Calls(), 0);
+    }
+    f.GetFileSpec(finished);
+    ASSERT_EQ(filclo(&f), 0);
+    {
+        FaultPlan files(1000, EIO, "fdatasync");
+        EXPECT_TRUE(FileSpecFunctions().ReplaceFile(finished, document));
+        EXPECT_EQ(files.Calls(), 0) << "flushed already";
+    }
+    EXPECT_EQ(Contents("dir/doc"), "new!");
+}
+
+TEST_F(SafeSaveTest, TheSwapFlushesWhatWasNotFlushedAndItsFolder) {
+    scratch_.Write("dir/doc", "old");
+    const filref folder = Ref("dir:");
+    FileSpec document;
+    ASSERT_EQ(Ref("dir:doc").convertToFileSpec(document), 0);
+    for (const char* call : {"fdatasync", "fsync"}) {
+        FileSpec finished;
+        fil f;
+        ASSERT_EQ(filsavtem(&f, nullptr, &folder, 0, nullptr), 0);
+        ASSERT_EQ(filwri32(&f, 0x6E657721), 0);
+        f.GetFileSpec(finished);
+        ASSERT_EQ(filclo(&f), 0);
+        FaultPlan flushes(1000, EIO, call);
+        EXPECT_TRUE(FileSpecFunctions().ReplaceFile(finished, document));
+        EXPECT_EQ(flushes.Calls(), 1) << call;
     }
 }
 

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "ondrel/platform/Flush.h"
 #include "tests/platform/ForkHelpers.h"
 #include "tests/support/FaultPlan.h"
 #include "tests/support/Scratch.h"
@@ -84,6 +85,72 @@ TEST(Flush, TheFirstFailureIsToldAndTheFolderIsStillFlushed) {
     EXPECT_EQ(folders, 1);
     syscalls.fdatasync = kHostSyscalls.fdatasync;
     EXPECT_EQ(FSFlushFile(path.c_str()), -36);
+}
+
+TEST(Flush, TheFolderOfATemporaryFileIsLeftAloneWhileItsForkIsOpen) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "hello");
+    short fork = 0;
+    ASSERT_EQ(OpenFork(path, fsWrPerm, &fork), noErr);
+    EXPECT_EQ(FSMarkForkTemporary(fork), noErr);
+    {
+        const FaultPlan folders(1000, EIO, "fsync");
+        EXPECT_EQ(FSFlushFile(path.c_str()), noErr);
+        EXPECT_EQ(folders.Calls(), 0);
+    }
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    const FaultPlan folders(1000, EIO, "fsync");
+    EXPECT_EQ(FSFlushFile(path.c_str()), noErr);
+    EXPECT_EQ(folders.Calls(), 1);
+    EXPECT_EQ(FSMarkForkTemporary(fork), -51);
+}
+
+// What a flush that may be left out does to a file: whether the disk is asked.
+bool AsksTheDisk(const std::string& path) {
+    const FaultPlan files(1000, EIO, "fdatasync");
+    EXPECT_EQ(Host::FlushContents(path.c_str(), Host::FlushWhen::kUnlessFlushed, nullptr), noErr);
+    return files.Calls() == 1;
+}
+
+TEST(Flush, AFileFlushedBeforeIsFlushedAgainOnlyAfterItWasWrittenTo) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "hello");
+    EXPECT_TRUE(AsksTheDisk(path));
+    EXPECT_FALSE(AsksTheDisk(path));
+    EXPECT_EQ(FSFlushFile(path.c_str()), noErr) << "and whenever that is asked for";
+    EXPECT_FALSE(AsksTheDisk(path));
+
+    short fork = 0;
+    ASSERT_EQ(OpenFork(path, fsRdWrPerm, &fork), noErr);
+    EXPECT_EQ(FSWriteFork(fork, fsFromStart, 0, 5, "HELLO", nullptr), noErr);
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    EXPECT_TRUE(AsksTheDisk(path)) << "the same size, and perhaps the same time";
+    scratch.Write("a", "hello there");
+    EXPECT_TRUE(AsksTheDisk(path));
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    EXPECT_TRUE(AsksTheDisk(path));
+}
+
+TEST(Flush, AFlushBeforeTheForkIsClosedCountsForWhatWasWritten) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "hello");
+    short fork = 0;
+    ASSERT_EQ(OpenFork(path, fsWrPerm, &fork), noErr);
+    EXPECT_EQ(FSWriteFork(fork, fsFromStart, 0, 5, "HELLO", nullptr), noErr);
+    EXPECT_EQ(FSFlushFile(path.c_str()), noErr);
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    EXPECT_FALSE(AsksTheDisk(path));
+}
+
+TEST(Flush, FilesThatWereForgottenAreFlushed) {
+    const Scratch scratch;
+    std::vector<std::string> paths;
+    for (int i = 0; i < 20; ++i) {
+        paths.push_back(scratch.Write("file " + std::to_string(i), "x"));
+        EXPECT_TRUE(AsksTheDisk(paths.back()));
+    }
+    EXPECT_FALSE(AsksTheDisk(paths.back()));
+    EXPECT_TRUE(AsksTheDisk(paths.front()));
 }
 
 TEST(Flush, EachSystemCallCanFailOnce) {
