@@ -84,8 +84,7 @@ bool HasOpenFork(std::uint64_t device, std::uint64_t inode);
 bool NoteFlush(std::uint64_t device, std::uint64_t inode);
 
 // Another process that uses this library, or this one, has a fork of the file open for writing.
-// Looking keeps
-// nobody from opening it. False where the host cannot tell.
+// Looking keeps nobody from opening it. False where the host cannot tell.
 bool IsWrittenElsewhere(const char* path);
 
 }  // namespace Ondrel::Host

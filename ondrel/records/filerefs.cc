@@ -78,17 +78,22 @@ std::size_t LengthOfComponents(const char* text, std::size_t components) {
 }
 
 struct Relation {
-    std::size_t shared;  // leading components that are equal, with the byte that ends them
+    std::size_t shared;  // leading components that are equal and end in both texts
     std::size_t tail;    // where the component begins in which the texts part
 };
 
-// For equal texts every component is shared, and the tail is the last one.
+bool EndsComponent(char c) {
+    return c == ':' || c == 0;
+}
+
+// A component ends with ':' or with its text. So the last one of the shorter text is shared when
+// one text leads the other, and then it begins the tail too, as the last one of equal texts does.
 Relation Compare(const char* base, const char* target) {
     Relation relation = {0, 0};
-    for (std::size_t i = 0; base[i] == target[i]; ++i) {
+    std::size_t i = 0;
+    for (; base[i] == target[i] && base[i] != 0; ++i)
         if (base[i] == ':') relation = {relation.shared + 1, i + 1};
-        if (base[i] == 0) return {relation.shared + 1, relation.tail};
-    }
+    if (EndsComponent(base[i]) && EndsComponent(target[i])) ++relation.shared;
     return relation;
 }
 

@@ -16,8 +16,10 @@
 // target from its first component that is not shared, behind one component to be skipped.
 //
 // Read from a document that is now Work:Moved:Proj:doc, both give Work:Moved:Pics:a.tif. The text
-// is read up to its NUL, whatever its length says. Components are equal when their bytes are, up to
-// and with the ':' or NUL behind them: Docs at the end of the base is not the Docs of HD:Docs:a.
+// is read up to its NUL, whatever its length says. A component ends with a ':' or with its text, so
+// that Docs is shared by HD:Docs and HD:Docs:a. A file is no folder of another one, so that such a
+// pair names a document and a folder above it, or something kept inside of it: the full form then
+// leads to the folder or the document itself, and the relative-only form nowhere.
 //
 // A target without text is written as an empty record, and the write then fails. The empty absolute
 // record, 02 00 00, can be read back. The empty relative record is just 03 00 00: it lacks the
