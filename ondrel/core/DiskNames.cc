@@ -11,7 +11,7 @@ namespace {
 
 // No path of the host is longer in any composition, which triples a text at most. It bounds what
 // the search for a path that leads nowhere costs.
-constexpr std::size_t kLongestPath = 4 * 4096;
+constexpr std::size_t kLongestPath = std::size_t{4} * 4096;
 
 // Whether another text can be canonically equivalent to this one: outside of ASCII many can, inside
 // only where a character beyond ASCII decomposes to a single ASCII one, as U+212A (K), U+037E (;)

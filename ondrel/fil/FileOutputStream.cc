@@ -48,7 +48,7 @@ int FileOutputStream::currentPosition() const {
 }
 
 FileOutputStream::~FileOutputStream() {
-    if (ownsFile) close();
+    if (ownsFile) FileOutputStream::close();
 }
 
 }  // namespace Ondrel

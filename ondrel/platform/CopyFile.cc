@@ -11,7 +11,7 @@
 namespace Ondrel::Host {
 namespace {
 
-constexpr std::size_t kPiece = 256 * 1024;
+constexpr std::size_t kPiece = std::size_t{256} * 1024;
 
 // The access control list is part of the permission.
 constexpr std::string_view kLists = "system.posix_acl_";

@@ -13,7 +13,7 @@
 namespace Ondrel::Host {
 namespace {
 
-constexpr std::size_t kTransferSize = 32 * 1024;
+constexpr std::size_t kTransferSize = std::size_t{32} * 1024;
 constexpr std::size_t kNameOffset = offsetof(dirent64, d_name);
 
 struct HostEntry {
