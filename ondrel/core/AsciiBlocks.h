@@ -10,12 +10,26 @@
 
 #include <bit>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
 namespace Ondrel::Core {
+
+inline bool StartsWithAscii8(const unsigned char* text) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, text, sizeof bytes);
+    return (bytes & 0x8080808080808080ULL) == 0;
+}
+
+inline bool StartsWithAscii8(const unsigned short* text) {
+    std::uint64_t units[2];
+    std::memcpy(units, text, sizeof units);
+    return ((units[0] | units[1]) & 0xFF80FF80FF80FF80ULL) == 0;
+}
 
 template <std::size_t kBlock>
 std::size_t WidenAsciiPlain(const unsigned char* in, unsigned short* out) {

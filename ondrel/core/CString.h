@@ -11,8 +11,9 @@ namespace Ondrel {
 ONDREL_EXPORT int strcom(const char* a, const char* b);
 
 // The byte offset of the first place in `text` where `pattern` stands, ignoring case, or -1. An
-// empty pattern stands at 0. Case is that of the platform's C-string encoding: of every letter
-// where it is UTF-8 or a single-byte encoding, of ASCII letters in any other.
+// empty pattern stands at 0. Both are in the platform's C-string encoding, and case is that of
+// every letter of it (full Unicode case folding, no locale); a match begins and ends with whole
+// characters, and bytes of no character match themselves alone. Composition counts.
 ONDREL_EXPORT long strseaign(const char* text, const char* pattern);
 
 // Copies at most `size` - 1 bytes and terminates; answers the bytes copied. It cuts between bytes,

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ondrel/core/Separators.h"
 #include "ondrel/core/Utf8.h"
 #include "ondrel/platform/MountTable.h"
 
@@ -49,25 +50,11 @@ std::shared_ptr<const Host::Mount> FindVolume(Units name) {
     return Host::FindMount(Uni16StringToUTF8(Uni16String(name)));
 }
 
-// Copies `units` units, with ':' for '/' and the reverse. True when a colon follows a colon in them
-// or stands first.
-bool CopyExchanged(const unsigned short* from, std::size_t units, unsigned short* to) {
-    unsigned doubled = 0;
-    unsigned wasColon = 1;
-    for (std::size_t i = 0; i < units; ++i) {
-        const unsigned short unit = from[i];
-        const unsigned isColon = unit == kColon;
-        doubled |= isColon & wasColon;
-        wasColon = isColon;
-        to[i] = isColon != 0 ? kSlash : unit == kSlash ? kColon : unit;
-    }
-    return doubled != 0;
-}
-
 void AppendExchanged(Units name, Uni16String* out) {
     const std::size_t at = out->size();
     out->resize(at + name.size());
-    (void)CopyExchanged(name.data(), name.size(), out->data() + at);
+    bool wasColon = false;
+    (void)Core::CopyExchanged(name.data(), name.size(), out->data() + at, &wasColon);
 }
 
 // Writes the folder that a colon path starts from, which has at most StartSize units: its volume's
@@ -77,7 +64,8 @@ std::size_t WriteStart(const ColonPath& path, const Host::Mount* mount, unsigned
     const std::string_view root = mount != nullptr ? mount->root : Host::kUnmountedVolumesFolder;
     const std::size_t length = Core::DecodeUtf8(root.data(), root.size(), to, root.size()).written;
     if (mount != nullptr) return length;
-    (void)CopyExchanged(path.volume.data(), path.volume.size(), to + length);
+    bool wasColon = false;
+    (void)Core::CopyExchanged(path.volume.data(), path.volume.size(), to + length, &wasColon);
     return length + path.volume.size();
 }
 
@@ -127,7 +115,9 @@ bool JoinPlainPath(const ColonPath& path, const Host::Mount* mount, Uni16String*
     std::size_t length = WriteStart(path, mount, units.data());
     if (rest != 0) {
         if (length != 0 && units[length - 1] != kSlash) units[length++] = kSlash;
-        if (CopyExchanged(path.rest.data(), rest, units.data() + length)) return false;
+        bool wasColon = true;
+        if (Core::CopyExchanged(path.rest.data(), rest, units.data() + length, &wasColon))
+            return false;
         if (path.rest[rest - 1] == kColon) --rest;
     }
     result->assign(units.data(), length + rest);

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "ondrel/core/Unicode.h"
@@ -14,8 +16,6 @@
 namespace Ondrel {
 namespace {
 
-// Below it every text is composed as it is.
-constexpr unsigned short kFirstCombiningMark = 0x0300;
 constexpr std::size_t kShortText = 1024;
 
 const UChar* AsIcu(const unsigned short* text) {
@@ -26,11 +26,37 @@ UChar* AsIcu(unsigned short* text) {
     return reinterpret_cast<UChar*>(text);
 }
 
+// Characters that neither decompose in a composed text, nor compose with others of these, nor are
+// marks: everything below the first combining mark, Chinese, Japanese but for its two sound marks,
+// Korean syllables.
+constexpr unsigned short kFirstCombiningMark = 0x0300;
+
+bool IsPlain(unsigned short unit) {
+    if (unit < kFirstCombiningMark) return true;
+    if (unit >= 0x4E00 && unit <= 0x9FFF) return true;
+    if (unit >= 0x3030 && unit <= 0x30FF) return unit != 0x3099 && unit != 0x309A;
+    return (unit >= 0x3000 && unit <= 0x3029) || (unit >= 0xAC00 && unit <= 0xD7A3);
+}
+
+// Whether four units at once are all below the first combining mark: then no bit above the lowest
+// ten is set, and never both of the upper two of these.
+bool AreFourBelowMarks(const unsigned short* units) {
+    static_assert(kFirstCombiningMark == 0x0300);
+    std::uint64_t all = 0;
+    std::memcpy(&all, units, sizeof all);
+    const std::uint64_t both = all & (all >> 1);
+    return ((all & 0xFC00FC00FC00FC00ULL) | (both & 0x0100010001000100ULL)) == 0;
+}
+
+// Whether a text is composed for certain.
 bool IsPlain(const unsigned short* text, std::size_t length) {
-    unsigned all = 0;
-    for (std::size_t i = 0; i < length; ++i)
-        all |= text[i] >= kFirstCombiningMark;
-    return all == 0;
+    std::size_t i = 0;
+    for (; length - i >= 4; i += 4) {
+        if (AreFourBelowMarks(text + i)) continue;
+        if (!std::all_of(text + i, text + i + 4, [](unsigned short unit) { return IsPlain(unit); }))
+            return false;
+    }
+    return std::all_of(text + i, text + length, [](unsigned short unit) { return IsPlain(unit); });
 }
 
 // The composed form of a text in a buffer; its length, or more than `room` when it does not fit or
@@ -112,16 +138,23 @@ unsigned long Uni16CharMakePreComposed(unsigned short* text, unsigned long maxUn
 }
 
 // An ASCII character is a starter that neither folds to more than one character nor decomposes, so
-// that no mark behind it changes its place: equal ASCII at the start can be passed over, and the
-// first two that differ decide.
+// that no mark behind it changes its place: whatever is equal before it can be passed over, and
+// where both texts have one the first two that differ decide.
 int Uni16CharCompareWithOptions(const unsigned short* a, const unsigned short* b, int options) {
     const bool ignoreCase = (options & kCompareIgnoreCase) != 0;
-    for (;; ++a, ++b) {
-        if (!IsAscii(*a) || !IsAscii(*b)) return OrderOf(CompareBeyondAscii(a, b, options));
-        const int left = ignoreCase ? FoldAscii(*a) : *a;
-        const int right = ignoreCase ? FoldAscii(*b) : *b;
+    std::size_t safe = 0;  // up to here the texts are equal, and what follows stands by itself
+    for (std::size_t i = 0;; ++i) {
+        if (a[i] == b[i]) {
+            if (a[i] == 0) return kEqual;
+            if (IsAscii(a[i])) safe = i;
+            continue;
+        }
+        if (!IsAscii(a[i]) || !IsAscii(b[i]))
+            return OrderOf(CompareBeyondAscii(a + safe, b + safe, options));
+        const int left = ignoreCase ? FoldAscii(a[i]) : a[i];
+        const int right = ignoreCase ? FoldAscii(b[i]) : b[i];
         if (left != right) return OrderOf(left - right);
-        if (*a == 0) return kEqual;
+        safe = i;
     }
 }
 

@@ -31,21 +31,18 @@ std::size_t CutLength(const unsigned short* text, std::size_t length, std::size_
 #if defined(__SSE2__)
 
 // Reads whole blocks at addresses that are multiples of their size, so that no read crosses into
-// memory that holds nothing of the text; the address sanitizer cannot know that.
-__attribute__((no_sanitize("address"))) unsigned long Uni16CharGetLength(
+// memory that holds nothing of the text; the sanitizers cannot know that.
+__attribute__((no_sanitize("address"), no_sanitize("thread"))) unsigned long Uni16CharGetLength(
     const unsigned short* text) {
     const auto address = reinterpret_cast<std::uintptr_t>(text);
     const std::uintptr_t lead = address & 15;
     const auto* block = reinterpret_cast<const __m128i*>(address - lead);
     const __m128i zero = _mm_setzero_si128();
-    const auto zerosIn = [&]() __attribute__((no_sanitize("address"))) {
-        return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(*block, zero)));
-    };
-    unsigned zeros = zerosIn() >> lead;
+    auto zeros = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(*block, zero))) >> lead;
     if (zeros != 0) return static_cast<unsigned long>(std::countr_zero(zeros)) / 2;
     do {
         ++block;
-        zeros = zerosIn();
+        zeros = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(*block, zero)));
     } while (zeros == 0);
     const auto bytes = reinterpret_cast<std::uintptr_t>(block) - address +
                        static_cast<unsigned>(std::countr_zero(zeros));

@@ -80,7 +80,8 @@ ONDREL_EXPORT int Uni16CharToUTF8(const unsigned short* text, char* out, unsigne
 // --- The platform's C-string encoding -----------------------------------------------------------
 
 // To and from the encoding of the process's locale (as nl_langinfo names it; the plain C locale
-// counts as UTF-8). What has no counterpart becomes '?'. They answer the units or bytes written.
+// counts as UTF-8, and so does an encoding that ICU does not know). What has no counterpart, and
+// what is ill-formed, becomes '?'. They answer the units or bytes written.
 ONDREL_EXPORT int PlatformCStringToUni16Char(const char* text, unsigned short* out,
                                              unsigned long outUnits);
 ONDREL_EXPORT int Uni16CharToPlatformCString(const unsigned short* text, char* out,
@@ -89,8 +90,9 @@ ONDREL_EXPORT int Uni16CharToPlatformCString(const unsigned short* text, char* o
 // --- Percent-encoding of one URL path segment ---------------------------------------------------
 
 // Letters, digits and -._~!$&'()*+,=:@; stay; every other byte of the UTF-8 form, '/' included,
-// becomes '%' and two upper-case digits (RFC 3986, section 3.3, for pchar). They answer the bytes
-// written; an encoded byte is never cut in two.
+// becomes '%' and two upper-case digits (RFC 3986, section 3.3, for pchar). Bytes that are not
+// valid UTF-8 are encoded one by one; a surrogate without its partner as U+FFFD. They answer the
+// bytes written; a cut leaves whole characters.
 ONDREL_EXPORT int UTF8ToURLEncoding(const char* text, char* out, unsigned long outBytes);
 ONDREL_EXPORT int Uni16CharToURLEncoding(const unsigned short* text, char* out,
                                          unsigned long outBytes);

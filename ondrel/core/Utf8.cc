@@ -52,128 +52,193 @@ std::size_t ReadMultiByte(const unsigned char* in, char32_t* point) {
     return *point < 0x10000 || *point > 0x10FFFF ? 0 : 4;
 }
 
-void StoreUnits(char32_t point, unsigned short* out) {
-    if (point < 0x10000) {
-        out[0] = static_cast<unsigned short>(point);
-        return;
-    }
+void StorePair(char32_t point, unsigned short* out) {
     out[0] = static_cast<unsigned short>(0xD7C0U + (point >> 10));
     out[1] = static_cast<unsigned short>(0xDC00U | (point & 0x3FFU));
 }
 
-template <bool kBounded>
-Transcoded Decode(const unsigned char* const in, std::size_t size, unsigned short* const out,
-                  std::size_t room) {
-    const unsigned char* from = in;
-    const unsigned char* const end = in + size;
-    unsigned short* to = out;
-    unsigned short* const limit = out + room;
-    const auto fits = [&](std::ptrdiff_t units) { return !kBounded || limit - to >= units; };
+// Where a conversion stands. `Fits` looks at the output only in the loops that are bounded.
+template <bool kBounded, class From, class To>
+struct Cursor {
+    const From* from;
+    const From* const end;
+    To* to;
+    To* const limit;
+    const From* const in;
+    To* const out;
+
+    Cursor(const From* input, std::size_t size, To* output, std::size_t room)
+        : from(input),
+          end(input + size),
+          to(output),
+          limit(output + room),
+          in(input),
+          out(output) {}
+
+    bool Fits(std::ptrdiff_t count) const { return !kBounded || limit - to >= count; }
+    bool HasBlock(std::ptrdiff_t size) const { return end - from >= size && Fits(size); }
+
+    void MoveTo(const Cursor& other) {
+        from = other.from;
+        to = other.to;
+    }
+
+    Transcoded Stopped(TranscodeStop stop) const {
+        return {static_cast<std::size_t>(from - in), static_cast<std::size_t>(to - out), stop};
+    }
+};
+
+// Takes ASCII in blocks as far as it goes. What is left behind the last whole block is taken with a
+// block that ends with the input and begins in the one before.
+template <std::size_t kBlock, auto kTakeBlock, class Cursor>
+void TakeAsciiBlocks(Cursor* at) {
+    do {
+        const std::size_t count = kTakeBlock(at->from, at->to);
+        at->from += count;
+        at->to += count;
+        if (count < kBlock) return;
+    } while (at->HasBlock(kBlock));
+    const std::ptrdiff_t rest = at->end - at->from;
+    if (rest >= static_cast<std::ptrdiff_t>(kBlock) || !at->Fits(rest)) return;
+    const std::ptrdiff_t back = static_cast<std::ptrdiff_t>(kBlock) - rest;
+    const auto count = static_cast<std::ptrdiff_t>(kTakeBlock(at->from - back, at->to - back));
+    at->from += count - back;
+    at->to += count - back;
+}
+
+// Takes ASCII in blocks where at least eight characters of it are there.
+template <auto kTake16, auto kTake8, class Cursor>
+void TakeAscii(Cursor* at) {
+    if (at->HasBlock(16))
+        TakeAsciiBlocks<16, kTake16>(at);
+    else
+        TakeAsciiBlocks<8, kTake8>(at);
+}
+
+// Takes characters one by one, and stops with kEnd before a run of ASCII that blocks are for. The
+// cursor is kept in registers: what is stored could be the cursor itself, for all that the compiler
+// knows. The NUL at the end stops whatever goes on as long as bytes are of one kind.
+template <class Cursor>
+TranscodeStop DecodeCharacters(Cursor* cursor) {
+    Cursor at = *cursor;
     const auto stopped = [&](TranscodeStop stop) {
-        return Transcoded{static_cast<std::size_t>(from - in), static_cast<std::size_t>(to - out),
-                          stop};
+        cursor->MoveTo(at);
+        return stop;
     };
-
-    while (from < end) {
-        std::size_t count = 16;
-        while (count == 16 && end - from >= 16 && fits(16)) {
-            count = WidenAscii16(from, to);
-            from += count;
-            to += count;
+    while (at.from < at.end) {
+        if (at.HasBlock(8)) {
+            if (StartsWithAscii8(at.from)) break;
+            while (at.from[0] < 0x80)
+                *at.to++ = *at.from++;
         }
-        if (count == 16 && end - from >= 8 && fits(8)) {
-            count = WidenAscii8(from, to);
-            from += count;
-            to += count;
+        while (at.from[0] < 0x80 && at.from < at.end) {
+            if (!at.Fits(1)) return stopped(TranscodeStop::kFull);
+            *at.to++ = *at.from++;
         }
-        for (; from < end && *from < 0x80; ++from, ++to) {
-            if (!fits(1)) return stopped(TranscodeStop::kFull);
-            *to = *from;
-        }
-        while (from < end && *from >= 0x80) {
-            if (!fits(1)) return stopped(TranscodeStop::kFull);
-            char32_t point = 0;
-            const std::size_t length = ReadMultiByte(from, &point);
-            if (length == 0) return stopped(TranscodeStop::kFault);
-            const std::ptrdiff_t units = length == 4 ? 2 : 1;
-            if (!fits(units)) return stopped(TranscodeStop::kFull);
-            StoreUnits(point, to);
-            from += length;
-            to += units;
-        }
-    }
-    return stopped(TranscodeStop::kEnd);
-}
-
-// Stores a character beyond ASCII; answers its bytes.
-std::size_t StoreBytes(char32_t point, unsigned char* out) {
-    const auto tail = [&](int shift) {
-        return static_cast<unsigned char>(0x80U | ((point >> shift) & 0x3FU));
-    };
-    if (point < 0x800) {
-        out[0] = static_cast<unsigned char>(0xC0U | (point >> 6));
-        out[1] = tail(0);
-        return 2;
-    }
-    if (point < 0x10000) {
-        out[0] = static_cast<unsigned char>(0xE0U | (point >> 12));
-        out[1] = tail(6);
-        out[2] = tail(0);
-        return 3;
-    }
-    out[0] = static_cast<unsigned char>(0xF0U | (point >> 18));
-    out[1] = tail(12);
-    out[2] = tail(6);
-    out[3] = tail(0);
-    return 4;
-}
-
-std::ptrdiff_t BytesOf(char32_t point) {
-    return point < 0x800 ? 2 : point < 0x10000 ? 3 : 4;
-}
-
-template <bool kBounded>
-Transcoded Encode(const unsigned short* const in, std::size_t units, unsigned char* const out,
-                  std::size_t room) {
-    const unsigned short* from = in;
-    const unsigned short* const end = in + units;
-    unsigned char* to = out;
-    unsigned char* const limit = out + room;
-    const auto fits = [&](std::ptrdiff_t bytes) { return !kBounded || limit - to >= bytes; };
-    const auto stopped = [&](TranscodeStop stop) {
-        return Transcoded{static_cast<std::size_t>(from - in), static_cast<std::size_t>(to - out),
-                          stop};
-    };
-
-    while (from < end) {
-        std::size_t count = 16;
-        while (count == 16 && end - from >= 16 && fits(16)) {
-            count = NarrowAscii16(from, to);
-            from += count;
-            to += count;
-        }
-        if (count == 16 && end - from >= 8 && fits(8)) {
-            count = NarrowAscii8(from, to);
-            from += count;
-            to += count;
-        }
-        for (; from < end && *from < 0x80; ++from, ++to) {
-            if (!fits(1)) return stopped(TranscodeStop::kFull);
-            *to = static_cast<unsigned char>(*from);
-        }
-        while (from < end && *from >= 0x80) {
-            std::size_t used = 1;
-            char32_t point = *from;
-            if ((point & 0xF800U) == 0xD800) {
-                point = CodePointAt(from, static_cast<std::size_t>(end - from), &used);
-                if (used == 1) return stopped(TranscodeStop::kFault);
+        for (unsigned first = at.from[0]; first >= 0x80; first = at.from[0]) {
+            if (!at.Fits(1)) return stopped(TranscodeStop::kFull);
+            const unsigned second = at.from[1] ^ 0x80U;
+            if (second > 0x3F) return stopped(TranscodeStop::kFault);
+            if (first < 0xE0) {
+                if (first < 0xC2) return stopped(TranscodeStop::kFault);
+                *at.to++ = static_cast<unsigned short>(((first & 0x1FU) << 6) | second);
+                at.from += 2;
+            } else if (first < 0xF0) {
+                const unsigned third = at.from[2] ^ 0x80U;
+                const unsigned point = ((first & 0x0FU) << 12) | (second << 6) | third;
+                if (third > 0x3F || point < 0x800 || (point & 0xF800U) == 0xD800)
+                    return stopped(TranscodeStop::kFault);
+                *at.to++ = static_cast<unsigned short>(point);
+                at.from += 3;
+            } else {
+                char32_t point = 0;
+                if (ReadMultiByte(at.from, &point) == 0) return stopped(TranscodeStop::kFault);
+                if (!at.Fits(2)) return stopped(TranscodeStop::kFull);
+                StorePair(point, at.to);
+                at.from += 4;
+                at.to += 2;
             }
-            if (!fits(BytesOf(point))) return stopped(TranscodeStop::kFull);
-            to += StoreBytes(point, to);
-            from += used;
         }
     }
     return stopped(TranscodeStop::kEnd);
+}
+
+template <bool kBounded>
+Transcoded Decode(const unsigned char* in, std::size_t size, unsigned short* out,
+                  std::size_t room) {
+    Cursor<kBounded, unsigned char, unsigned short> at(in, size, out, room);
+    for (;;) {
+        const TranscodeStop stop = DecodeCharacters(&at);
+        if (stop != TranscodeStop::kEnd || at.from == at.end) return at.Stopped(stop);
+        TakeAscii<WidenAscii16, WidenAscii8>(&at);
+    }
+}
+
+// The last byte of a character's form but `shift` / 6.
+unsigned char TailByte(char32_t point, int shift) {
+    return static_cast<unsigned char>(0x80U | ((point >> shift) & 0x3FU));
+}
+
+// As DecodeCharacters, but there need not be a NUL at the end.
+template <class Cursor>
+TranscodeStop EncodeCharacters(Cursor* cursor) {
+    Cursor at = *cursor;
+    const auto stopped = [&](TranscodeStop stop) {
+        cursor->MoveTo(at);
+        return stop;
+    };
+    while (at.from < at.end) {
+        if (at.HasBlock(8)) {
+            if (StartsWithAscii8(at.from)) break;
+            while (at.from[0] < 0x80)
+                *at.to++ = static_cast<unsigned char>(*at.from++);
+        }
+        while (at.from < at.end && at.from[0] < 0x80) {
+            if (!at.Fits(1)) return stopped(TranscodeStop::kFull);
+            *at.to++ = static_cast<unsigned char>(*at.from++);
+        }
+        while (at.from < at.end && at.from[0] >= 0x80) {
+            const char32_t unit = at.from[0];
+            if (unit < 0x800) {
+                if (!at.Fits(2)) return stopped(TranscodeStop::kFull);
+                at.to[0] = static_cast<unsigned char>(0xC0U | (unit >> 6));
+                at.to[1] = TailByte(unit, 0);
+                at.to += 2;
+                at.from += 1;
+            } else if ((unit & 0xF800U) != 0xD800) {
+                if (!at.Fits(3)) return stopped(TranscodeStop::kFull);
+                at.to[0] = static_cast<unsigned char>(0xE0U | (unit >> 12));
+                at.to[1] = TailByte(unit, 6);
+                at.to[2] = TailByte(unit, 0);
+                at.to += 3;
+                at.from += 1;
+            } else {
+                std::size_t used = 0;
+                const char32_t point =
+                    CodePointAt(at.from, static_cast<std::size_t>(at.end - at.from), &used);
+                if (used == 1) return stopped(TranscodeStop::kFault);
+                if (!at.Fits(4)) return stopped(TranscodeStop::kFull);
+                at.to[0] = static_cast<unsigned char>(0xF0U | (point >> 18));
+                at.to[1] = TailByte(point, 12);
+                at.to[2] = TailByte(point, 6);
+                at.to[3] = TailByte(point, 0);
+                at.to += 4;
+                at.from += 2;
+            }
+        }
+    }
+    return stopped(TranscodeStop::kEnd);
+}
+
+template <bool kBounded>
+Transcoded Encode(const unsigned short* in, std::size_t units, unsigned char* out,
+                  std::size_t room) {
+    Cursor<kBounded, unsigned short, unsigned char> at(in, units, out, room);
+    for (;;) {
+        const TranscodeStop stop = EncodeCharacters(&at);
+        if (stop != TranscodeStop::kEnd || at.from == at.end) return at.Stopped(stop);
+        TakeAscii<NarrowAscii16, NarrowAscii8>(&at);
+    }
 }
 
 }  // namespace

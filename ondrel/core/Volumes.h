@@ -2,7 +2,8 @@
 // file system mounted under /media, /run/media, /mnt or /Volumes is a volume named after its label
 // or else its mount folder; and any folder can be made one, so that documents that came from a Mac
 // resolve. The environment variable ONDREL_VOLUMES ("Macintosh HD=/srv/mac:Data=/data") does the
-// same for whole programs.
+// same for whole programs; no folder in it can hold a colon. What the host mounts later is seen
+// within a second.
 #ifndef ONDREL_CORE_VOLUMES_H
 #define ONDREL_CORE_VOLUMES_H
 
@@ -19,8 +20,10 @@ struct Volume {
 };
 
 // Makes a folder a volume; it wins over discovered volumes and over ONDREL_VOLUMES, and a name
-// given before gets the new folder. False, and nothing done, when the name is empty or holds a
-// colon, or when the folder is not given by a full path. The folder need not exist yet.
+// given before gets the new folder. Of two volumes at one folder the one given last names its
+// paths. Where "Root" is given to another folder, the root file system is "Root 1". False, and
+// nothing done, when the name is empty, not UTF-8 or holds a colon, or when the folder is not given
+// by a full path in UTF-8. The folder need not exist yet.
 ONDREL_EXPORT bool MountVolume(const char* name, const char* rootFolder);
 
 // Takes away what MountVolume made; false when there is nothing of that name.

@@ -299,10 +299,8 @@ bool FindMount(std::string_view name, std::string* root) {
 }
 
 std::shared_ptr<const Mount> FindMount(std::string_view name) {
+    if (FindInTable(*PresentTable(), name) != nullptr) return FindComposed(name);
     std::string composed;
-    const bool isAscii = std::all_of(name.begin(), name.end(),
-                                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (isAscii) return FindComposed(name);
     return ComposeUtf8(name, &composed) ? FindComposed(composed) : nullptr;
 }
 

@@ -5,6 +5,7 @@
 
 #include <random>
 
+#include "ondrel/core/Separators.h"
 #include "ondrel/core/Volumes.h"
 
 namespace Ondrel {
@@ -147,6 +148,24 @@ TEST_F(MacPathsTest, PathsMayBeLong) {
         EXPECT_EQ(ToPosix("Disk:" + name + ":"), "/srv/mac/" + name);
         EXPECT_EQ(ToPosix(name + ":a/b"), "/Volumes/" + name + "/a:b");
         EXPECT_EQ(ToColon("/srv/mac/" + name + "/a:b"), "Disk:" + name + ":a/b");
+    }
+}
+
+TEST(Separators, AreExchangedTheSameInRegistersAndWithout) {
+    std::mt19937 random(3);
+    for (int i = 0; i < 50000; ++i) {
+        std::vector<unsigned short> from(random() % 40);
+        for (unsigned short& unit : from)
+            unit = static_cast<unsigned short>(":/ax"[random() % 4] + 256 * (random() % 8 == 0));
+        std::vector<unsigned short> to(from.size());
+        std::vector<unsigned short> toPlain(from.size());
+        bool wasColon = random() % 2 == 0;
+        bool wasColonPlain = wasColon;
+        ASSERT_EQ(
+            Core::CopyExchanged(from.data(), from.size(), to.data(), &wasColon),
+            Core::CopyExchangedPlain(from.data(), from.size(), toPlain.data(), &wasColonPlain));
+        ASSERT_EQ(to, toPlain);
+        ASSERT_EQ(wasColon, wasColonPlain);
     }
 }
 

@@ -348,6 +348,7 @@ TEST(Utf8, BlocksOfAsciiAreTheSameInRegistersAndWithout) {
         const std::size_t wideCount = Core::WidenAscii16(bytes.data(), wide.data());
         EXPECT_EQ(wideCount, Core::WidenAsciiPlain<16>(bytes.data(), widePlain.data()));
         EXPECT_TRUE(std::equal(wide.begin(), wide.begin() + wideCount, widePlain.begin()));
+        EXPECT_EQ(Core::StartsWithAscii8(bytes.data()), wideCount >= 8);
         EXPECT_EQ(Core::WidenAscii8(bytes.data(), wide.data()),
                   std::min<std::size_t>(wideCount, 8));
 
@@ -356,6 +357,7 @@ TEST(Utf8, BlocksOfAsciiAreTheSameInRegistersAndWithout) {
         const std::size_t narrowCount = Core::NarrowAscii16(units.data(), narrow.data());
         EXPECT_EQ(narrowCount, Core::NarrowAsciiPlain<16>(units.data(), narrowPlain.data()));
         EXPECT_TRUE(std::equal(narrow.begin(), narrow.begin() + narrowCount, narrowPlain.begin()));
+        EXPECT_EQ(Core::StartsWithAscii8(units.data()), narrowCount >= 8);
         EXPECT_EQ(Core::NarrowAscii8(units.data(), narrow.data()),
                   std::min<std::size_t>(narrowCount, 8));
     }
