@@ -10,6 +10,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,17 +61,30 @@ Document MakeDocument(const SourceFiles& files) {
     return document;
 }
 
+std::size_t ItemsIn(const fs::path& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
+}
+
+// Saves twice: the second save has an old document to replace.
 std::vector<Stretch> Save(const fs::path& path, const Document& document,
                           const SourceFiles& files) {
     const std::vector<filref> targets = {ReferenceTo(files.picture), ReferenceTo(files.text)};
+    std::string message;
+    if (!SaveDocument(ReferenceTo(path), document, targets, nullptr, &message)) {
+        Check(false, "saved: " + message);
+        return {};
+    }
+    Check(true, "saved: " + path.filename().string() + ", " + std::to_string(fs::file_size(path)) +
+                    " bytes");
+
+    const auto permission = fs::perms::owner_read | fs::perms::owner_write | fs::perms::others_read;
+    fs::permissions(path, permission);
+    const std::size_t items = ItemsIn(path.parent_path());
     std::vector<Stretch> stretches;
-    fil f;
-    const int result = WriteDocument(&f, ReferenceTo(path), document, targets, &stretches);
-    if (result != 0) std::printf("  %s\n", GetFileErrorMessage(&f).c_str());
-    const int closed = f.Close();
-    Check(result == 0 && closed == 0,
-          "written: " + path.filename().string() + ", " +
-              std::to_string(fs::exists(path) ? fs::file_size(path) : 0) + " bytes");
+    const bool saved = SaveDocument(ReferenceTo(path), document, targets, &stretches, &message);
+    Check(saved, "saved again through a temporary file" + (saved ? "" : ": " + message));
+    Check(fs::status(path).permissions() == permission && ItemsIn(path.parent_path()) == items,
+          "the document kept its permission, and nothing is left beside it");
     return stretches;
 }
 

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 
+#include "ondrel/core/FileSpec.h"
+#include "ondrel/core/FileSpecFunctions.h"
 #include "ondrel/core/FileType.h"
+#include "ondrel/fil/safesave.h"
 #include "ondrel/records/filerefs.h"
 #include "ondrel/records/strings.h"
 
@@ -139,17 +142,43 @@ void RegisterDocumentType() {
     RegisterFileType({kDocumentType, MakeFourCC("Demo"), MakeFourCC("DocT"), ".ondoc"});
 }
 
+namespace {
+
+// Writes a temporary file beside the document's place and brings it to the disk.
 int WriteDocument(fil* f, const filref& place, const Document& document,
                   const std::vector<filref>& targets, std::vector<Stretch>* stretches) {
     if (document.thumbnail.size() > kMostShort || targets.size() > kMostLinks) return -1;
     errtyp e;
     if (const int code = setjmp(e.context)) return Disarm(f, code);
-    if (const int code = filsav(f, &e, &place, kDocumentType)) return Disarm(f, code);
+    if (const int code = filsavtem(f, &e, &place, kDocumentType, nullptr)) return Disarm(f, code);
     Writer out{f, stretches};
     WriteStrings(&out, document);
     WriteBlocks(&out, document);
     WriteLinks(&out, place, targets);
-    return Disarm(f, 0);
+    return Disarm(f, filflu(f));
+}
+
+}  // namespace
+
+bool SaveDocument(const filref& place, const Document& document, const std::vector<filref>& targets,
+                  std::vector<Stretch>* stretches, std::string* message) {
+    fil f;
+    const int written = WriteDocument(&f, place, document, targets, stretches);
+    if (written != 0) *message = GetFileErrorMessage(&f);
+    FileSpec temporary;
+    f.GetFileSpec(temporary);
+    const int closed = f.Close();
+
+    FileSpec target;
+    FileSpecFunctions functions;
+    place.convertToFileSpec(target);
+    if (written == 0 && closed == 0 && functions.ReplaceFile(temporary, target)) return true;
+    if (written == 0) {
+        if (closed == 0) lasterror = functions.errorCode;
+        *message = GetFileErrorMessage(nullptr);
+    }
+    functions.DeleteFile(temporary, false);
+    return false;
 }
 
 int ReadDocument(fil* f, const filref& place, Document* document) {

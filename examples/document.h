@@ -44,11 +44,16 @@ struct Stretch {
     int end;
 };
 
-// Write a document and open it for reading. 0, or the negative code of the failure: the stream then
-// has the message (GetFileErrorMessage) until it is closed, which is the caller's part in any case.
-// `targets` are the files to link to; `stretches` (may be null) receives what was written where.
-int WriteDocument(Ondrel::fil* f, const Ondrel::filref& place, const Document& document,
-                  const std::vector<Ondrel::filref>& targets, std::vector<Stretch>* stretches);
+// Saves a document with links to `targets`: a temporary file is written, and takes the place of the
+// document that may be there when it is whole. False, the old document untouched and the sentence
+// for the user in `message`, when that failed. `stretches` (may be null) receives what was written
+// where.
+bool SaveDocument(const Ondrel::filref& place, const Document& document,
+                  const std::vector<Ondrel::filref>& targets, std::vector<Stretch>* stretches,
+                  std::string* message);
+
+// Opens a document and reads it. 0, or the negative code of the failure: the stream then has the
+// message (GetFileErrorMessage) until it is closed, which is the caller's part in any case.
 int ReadDocument(Ondrel::fil* f, const Ondrel::filref& place, Document* document);
 
 }  // namespace Example
