@@ -116,7 +116,8 @@ class Swap {
         OSErr error = Check();
         if (error == noErr) error = Stage();
         if (error == noErr && exists_) error = TakeOverAttributes(document_, staged_);
-        if (error == noErr) error = FlushContents(staged_.c_str(), FlushWhen::kUnlessFlushed, nullptr);
+        if (error == noErr)
+            error = FlushContents(staged_.c_str(), FlushWhen::kUnlessFlushed, nullptr);
         if (error == noErr) error = exists_ ? PublishOver() : PublishNew();
         if (error != noErr) return error;
         CleanUp();
