@@ -41,15 +41,25 @@ inline std::uint64_t PortableMask(const unsigned char* bytes) {
 }
 
 #ifdef __SSE2__
-inline std::uint64_t Mask16(const unsigned char* bytes) {
+// FF in each byte that equals the next one.
+inline __m128i Equal16(const unsigned char* bytes) {
     const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
     const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + 1));
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(a, b)));
+    return _mm_cmpeq_epi8(a, b);
+}
+
+inline std::uint64_t Bits(__m128i equal) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(equal));
 }
 
 inline std::uint64_t Mask(const unsigned char* bytes) {
-    return Mask16(bytes) | Mask16(bytes + 16) << 16 | Mask16(bytes + 32) << 32 |
-           Mask16(bytes + 48) << 48;
+    const __m128i a = Equal16(bytes);
+    const __m128i b = Equal16(bytes + 16);
+    const __m128i c = Equal16(bytes + 32);
+    const __m128i d = Equal16(bytes + 48);
+    // Most blocks of noise have no equal neighbours, and those of flat rows no others.
+    if (Bits(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d))) == 0) return 0;
+    return Bits(a) | Bits(b) << 16 | Bits(c) << 32 | Bits(d) << 48;
 }
 #else
 inline std::uint64_t Mask(const unsigned char* bytes) {

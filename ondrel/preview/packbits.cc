@@ -1,6 +1,6 @@
-// The PackBits encoder. A row is cut into runs of equal bytes and stretches of single ones between
-// them by masks that tell where neighbours are equal (equalruns.h); the codes depend on nothing but
-// the row, wherever the buffer happens to be full.
+// The PackBits encoder. A row is cut into runs of equal bytes and the stretches between them by
+// masks that tell where neighbours are equal (equalruns.h); the codes depend on nothing but the
+// row, wherever the buffer happens to be full.
 #include <algorithm>
 #include <bit>
 #include <climits>
@@ -31,23 +31,36 @@ constexpr unsigned char RepeatCount(std::int64_t bytes) {
     return static_cast<unsigned char>(1 - bytes);
 }
 
-// The places of a row where a byte equals the next one, found in increasing order.
-class Neighbours {
+// The runs of a row, found in increasing order. A stretch is what a literal takes in one go: single
+// bytes, and runs of two that have single bytes on both sides. What ends one is a break: a longer
+// run, or one of two that is followed by another run or the row's end. (A run of two that two masks
+// share counts as a break as well, for it is not seen whole.)
+class Runs {
  public:
-    Neighbours(const unsigned char* row, int length) : row_(row), length_(length) { Load(0); }
+    // `repeatsLast`: copies of the last byte follow, so that it is not single.
+    Runs(const unsigned char* row, int length, bool repeatsLast)
+        : row_(row), length_(length), least_(repeatsLast ? 4 : 3) {
+        Load(0);
+    }
 
-    // The first place from `at` on where the two are equal, or where they differ. The last byte of
-    // a row differs from what follows. `at` must not go back, and lie in the row.
-    int NextEqual(int at) { return Next<false>(at); }
-    int NextDifferent(int at) { return Next<true>(at); }
+    // The first break from the start of a run on; the length of the row where there is none.
+    int NextBreak(int at) {
+        return Find(at, [this] { return Breaks(); });
+    }
+
+    // The last byte of a run, from one of its bytes on.
+    int EndOfRun(int at) {
+        return Find(at, [this] { return ~equal_; });
+    }
 
  private:
-    template <bool kInverted>
-    int Next(int at) {
+    // The first place from `at` on that has its bit set.
+    template <class GetMask>
+    int Find(int at, GetMask getMask) {
         int place = at - start_;
         for (;;) {
             if (place < EqualRuns::kPlaces) {
-                const std::uint64_t ahead = (kInverted ? ~mask_ : mask_) >> place;
+                const std::uint64_t ahead = getMask() >> place;
                 if (ahead != 0) return start_ + place + std::countr_zero(ahead);
                 place = EqualRuns::kPlaces;
             }
@@ -61,19 +74,32 @@ class Neighbours {
         start_ = start;
         const int left = length_ - start;
         if (left > EqualRuns::kPlaces) {
-            mask_ = EqualRuns::Mask(row_ + start);
+            equal_ = EqualRuns::Mask(row_ + start);
+            followed_ = EqualRuns::kPlaces - 2;
             return;
         }
         // The end of the row: what lies behind it may not be read.
         unsigned char end[EqualRuns::kPlaces + 1] = {};
         std::memcpy(end, row_ + start, static_cast<std::size_t>(left));
-        mask_ = EqualRuns::Mask(end) & ((std::uint64_t{1} << (left - 1)) - 1);
+        equal_ = EqualRuns::Mask(end) & LowBits(left - 1);
+        followed_ = left - least_ + 1;
     }
+
+    // The bits of `equal_` that belong to no stretch.
+    std::uint64_t Breaks() const {
+        if (equal_ == 0) return 0;
+        const std::uint64_t pairs = equal_ & ~(equal_ << 1) & ~(equal_ >> 1) & ~(equal_ >> 2);
+        return equal_ & ~(pairs & LowBits(followed_));
+    }
+
+    static std::uint64_t LowBits(int n) { return n < 1 ? 0 : (std::uint64_t{1} << n) - 1; }
 
     const unsigned char* row_;
     int length_;
+    int least_;  // bytes from a run of two to the end of the row, if a single byte is to follow it
     int start_ = 0;
-    std::uint64_t mask_ = 0;
+    std::uint64_t equal_ = 0;  // bit i: this byte equals the next one
+    int followed_ = 0;  // so many of the first places are followed by two more that the mask covers
 };
 
 }  // namespace
@@ -92,20 +118,17 @@ class KesPackBitsEncode::Packer {
 
     unsigned char* Cursor() const { return cursor_; }
 
-    // `n` bytes, at least one, of which each differs from the one before it.
-    void AddSingles(const unsigned char* bytes, int n) {
-        if (foldable_) Fold();
+    // A stretch of at least one byte.
+    void AddStretch(const unsigned char* bytes, int n) {
+        if (foldable_) JoinOrClose(bytes, n);
         while (n > 0) {
-            if (literal_ == nullptr) {
-                MakeRoom(2);
-                OpenLiteral();
+            int part = 2;
+            if (literal_ == nullptr && StartsWithPair(bytes, n)) {
+                WriteCode(RepeatCount(2), Stored(*bytes));
             } else {
-                MakeRoom(1);
+                OpenLiteral();
+                part = AddToLiteral(bytes, n);
             }
-            const int part = std::min(
-                {n, kMostInCode - size_,
-                 static_cast<int>(std::min<std::ptrdiff_t>(limit_ - cursor_, kMostInCode))});
-            CopyToLiteral(bytes, part);
             bytes += part;
             n -= part;
         }
@@ -114,7 +137,7 @@ class KesPackBitsEncode::Packer {
     // `n` equal bytes, at least two.
     void AddRun(unsigned char byte, std::int64_t n) {
         if (foldable_) CloseLiteral();
-        const unsigned char stored = encoder_->table_[byte];
+        const unsigned char stored = Stored(byte);
         if (literal_ != nullptr) {
             const std::int64_t part = std::min<std::int64_t>(n, kMostInCode);
             WriteCode(RepeatCount(part), stored);
@@ -130,7 +153,7 @@ class KesPackBitsEncode::Packer {
         if (n > 1)
             WriteCode(RepeatCount(n), stored);
         else if (n == 1)
-            AddSingles(&byte, 1);
+            AddStretch(&byte, 1);
     }
 
  private:
@@ -157,9 +180,33 @@ class KesPackBitsEncode::Packer {
         cursor_ += 2;
     }
 
+    unsigned char Stored(unsigned char byte) const { return encoder_->table_[byte]; }
+
+    static bool StartsWithPair(const unsigned char* bytes, int n) {
+        return n > 1 && bytes[0] == bytes[1];
+    }
+
+    // There is a literal then, and room for one more byte in it.
     void OpenLiteral() {
+        MakeRoom(literal_ == nullptr ? 2 : 1);
+        if (literal_ != nullptr) return;
         literal_ = cursor_++;
         size_ = 0;
+    }
+
+    // As many bytes of a stretch as the literal and the buffer have room for; answers how many. Two
+    // equal bytes of which the literal would take only the first are a repeat behind it.
+    int AddToLiteral(const unsigned char* bytes, int n) {
+        const auto room = static_cast<int>(std::min<std::ptrdiff_t>(limit_ - cursor_, kMostInCode));
+        const int part = std::min({n, kMostInCode - size_, room});
+        if (size_ + part < kMostInCode || part == n || bytes[part - 1] != bytes[part]) {
+            CopyToLiteral(bytes, part);
+            return part;
+        }
+        CopyToLiteral(bytes, part - 1);
+        WriteCode(RepeatCount(2), Stored(bytes[part]));
+        CloseLiteral();
+        return part + 1;
     }
 
     void CloseLiteral() {
@@ -170,6 +217,8 @@ class KesPackBitsEncode::Packer {
     void CopyToLiteral(const unsigned char* bytes, int n) {
         if (reversed_)
             BitInversion(bytes, n, cursor_);
+        else if (n == kMostInCode)
+            std::memcpy(cursor_, bytes, kMostInCode);  // a size that the compiler knows
         else
             std::memcpy(cursor_, bytes, static_cast<std::size_t>(n));
         cursor_ += n;
@@ -182,8 +231,10 @@ class KesPackBitsEncode::Packer {
         if (size_ == kMostInCode) CloseLiteral();
     }
 
-    // The literal takes the two equal bytes behind it: the repeat's count becomes the first.
-    void Fold() {
+    // The two equal bytes behind the literal join it when a single one follows: the repeat's count
+    // becomes the first of them.
+    void JoinOrClose(const unsigned char* bytes, int n) {
+        if (StartsWithPair(bytes, n)) return CloseLiteral();
         cursor_[-2] = cursor_[-1];
         foldable_ = false;
         GrowLiteral(2);
@@ -209,14 +260,14 @@ KesPackBitsEncode::~KesPackBitsEncode() = default;
 void KesPackBitsEncode::Encode(const unsigned char* data, int length, int extra) {
     if (length < 1) return;
     Packer packer(this);
-    Neighbours neighbours(data, length);
+    Runs runs(data, length, extra > 0);
     // The copies make a run of the last byte, also where it stands alone.
-    const int mostSingles = extra > 0 ? length - 1 : length;
+    const int endOfStretches = extra > 0 ? length - 1 : length;
     for (int at = 0; at < length;) {
-        const int run = std::min(neighbours.NextEqual(at), mostSingles);
-        if (run > at) packer.AddSingles(data + at, run - at);
+        const int run = std::min(runs.NextBreak(at), endOfStretches);
+        if (run > at) packer.AddStretch(data + at, run - at);
         if (run == length) break;
-        at = std::min(neighbours.NextDifferent(run), length - 1) + 1;
+        at = std::min(runs.EndOfRun(run), length - 1) + 1;
         const std::int64_t copies = at == length ? std::max(extra, 0) : 0;
         packer.AddRun(data[run], at - run + copies);
     }
