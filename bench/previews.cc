@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +21,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bench/RatioTable.h"
@@ -329,6 +331,14 @@ void RegisterProgram(const std::string& contender, const std::vector<std::string
         ->UseRealTime();
 }
 
+// The processor's time is that of this process alone, and says nothing of other programs: they are
+// left out then.
+bool IsProcessorTime(int argc, char** argv) {
+    return std::any_of(argv + 1, argv + argc, [](const char* argument) {
+        return std::string_view(argument) == "--processor_time";
+    });
+}
+
 bool IsInstalled(const std::string& program) {
     return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
 }
@@ -364,6 +374,7 @@ int main(int argc, char** argv) {
     } programs[] = {{"ImageMagick", "/usr/bin/convert", {"/usr/bin/convert"}},
                     {"GraphicsMagick", "gm", {"gm", "convert"}}};
     for (const auto& peer : programs) {
+        if (IsProcessorTime(argc, argv)) continue;
         if (IsInstalled(peer.program)) {
             RegisterProgram(peer.name, peer.command);
             contenders.push_back(peer.name);

@@ -143,7 +143,8 @@ TEST(PictPreview, AWideMaskHasTwoByteCounts) {
     const Scratch scratch;
     const OwnedPix image = BlankMap(1, 1);
     for (const int width : {2000, 2001}) {
-        const OwnedEnv mask = MaskOf(width, 1, {std::string(2 * ((width + 7) / 8), 'F')});
+        const auto bytes = static_cast<std::size_t>((width + 7) / 8);
+        const OwnedEnv mask = MaskOf(width, 1, {std::string(2 * bytes, 'F')});
         const std::string picture = Preview(scratch, image, mask.get());
         if (width == 2000)
             EXPECT_EQ(Hex(picture.substr(56, 2) + picture.substr(144, 6)),
