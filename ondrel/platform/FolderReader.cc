@@ -91,6 +91,7 @@ bool FolderReader::Next() {
         if (entry.size == 0) break;
         position_ += entry.size;
         if (entry.name == "." || entry.name == "..") continue;
+        if (entry.name == kServerFolder && entry.type == DT_DIR) continue;
         if (IsSidecarName(entry.name) && HasPartner(entry.name)) continue;
         name_ = entry.name;
         kind_ = KindOfType(entry.type);

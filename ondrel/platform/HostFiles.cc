@@ -37,10 +37,9 @@ OSErr Unlink(const char* path) {
 
 // Moves a sidecar without a file aside, before a new file takes it for its own. What is no
 // AppleDouble file is nobody's sidecar and stays.
-OSErr TakeStaleSidecar(const char* path, SidecarAside* stale) {
-    const std::string sidecar = SidecarPath(path);
+OSErr TakeStaleSidecar(const char* path, const std::string& sidecar, SidecarAside* stale) {
     const OSErr found = CheckSidecarFile(sidecar);
-    if (found == fnfErr || found == bdNamErr) return noErr;
+    if (found == fnfErr || found == bdNamErr || found == dirNFErr) return noErr;
     ItemStatus item;
     if (GetItemStatus(path, &item) == noErr) return dupFNErr;
     if (found == noErr) return stale->Take(sidecar);
@@ -74,7 +73,10 @@ OSErr GetTargetStatus(const char* path, ItemStatus* status) {
 
 OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
     SidecarAside stale;
-    if (const OSErr error = TakeStaleSidecar(path, &stale); error != noErr) return error;
+    SidecarAside staleOfServer;
+    OSErr taken = TakeStaleSidecar(path, SidecarPath(path), &stale);
+    if (taken == noErr) taken = TakeStaleSidecar(path, ServerSidecarPath(path), &staleOfServer);
+    if (taken != noErr) return taken;
     if (const OSErr error = MakeFile(path); error != noErr) return error;
     if (creator != 0 || type != 0) {
         if (const OSErr error = StoreCodes(path, creator, type); error != noErr) {
@@ -83,6 +85,7 @@ OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
         }
     }
     stale.Discard();
+    staleOfServer.Discard();
     return noErr;
 }
 
@@ -97,6 +100,8 @@ OSErr DeleteFile(const char* path) {
     // The file is gone and does not come back, so that this is a success: a sidecar that stays
     // belongs to nothing, and is taken away before a new file can have its name.
     (void)Unlink(SidecarPath(path).c_str());
+    const std::string ofServer = ServerSidecarPath(path);
+    if (CheckSidecarFile(ofServer) == noErr) (void)Unlink(ofServer.c_str());
     return noErr;
 }
 

@@ -58,7 +58,8 @@ OSErr CreateFolder(const char* path, unsigned int mode);
 // --- Folders ------------------------------------------------------------------------------------
 
 // Reads the entries of one folder in the order of the host, each once, with a few large transfers.
-// "." and "..", and sidecars whose partner is there, are left out.
+// "." and "..", sidecars whose partner is there, and a file server's folder of sidecars are left
+// out.
 class FolderReader {
  public:
     FolderReader() = default;

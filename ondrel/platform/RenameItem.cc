@@ -5,6 +5,10 @@
 //              stale sidecar at the free name is moved aside first.
 //   kReplace   the target's sidecar aside, the item's sidecar, and the item last: from the moment
 //              when the old target is gone nothing can fail any more.
+#include <array>
+#include <string>
+#include <utility>
+
 #include "ondrel/platform/HostCalls.h"
 #include "ondrel/platform/HostFiles.h"
 #include "ondrel/platform/PathNames.h"
@@ -71,10 +75,14 @@ struct SidecarEntry {
     bool isThere = false;
 };
 
-OSErr FindSidecar(const char* path, SidecarEntry* entry) {
-    entry->path = SidecarPath(path);
+std::array<std::string, 2> PlacesOfSidecar(const char* path) {
+    return {SidecarPath(path), ServerSidecarPath(path)};
+}
+
+OSErr FindSidecar(std::string path, SidecarEntry* entry) {
+    entry->path = std::move(path);
     const OSErr error = GetItemStatus(entry->path.c_str(), &entry->status);
-    if (error == fnfErr || error == bdNamErr) return noErr;
+    if (error == fnfErr || error == bdNamErr || error == dirNFErr) return noErr;
     const ItemKind kind = entry->status.kind;
     entry->isThere = error == noErr && (kind == ItemKind::kFile || kind == ItemKind::kLink);
     return error;
@@ -91,24 +99,49 @@ OSErr TakeStaleSidecar(const char* from, const SidecarEntry& sidecar, SidecarAsi
     return error == mapReadErr ? noErr : error;
 }
 
-// Moves the item's sidecar along; none is no failure. mapReadErr: a file that is no sidecar has the
-// name.
-OSErr MoveSidecar(const char* from, const char* to) {
+// Moves the "._name" of the item along; none is no failure. mapReadErr: a file that is no sidecar
+// has the new name.
+OSErr MoveSidecarBeside(const char* from, const char* to) {
     SidecarEntry sidecar;
-    if (const OSErr error = FindSidecar(from, &sidecar); error != noErr) return error;
+    if (const OSErr error = FindSidecar(SidecarPath(from), &sidecar); error != noErr) return error;
     if (!sidecar.isThere) return noErr;
     const OSErr error = MoveToFreeName(sidecar.path.c_str(), SidecarPath(to).c_str());
     return error == dupFNErr ? mapReadErr : error;
 }
 
-OSErr RenameToFreeName(const char* from, const char* to) {
-    SidecarAside stale;
+// The same for the one in a file server's folder. Where the new place has no such folder it becomes
+// a "._name", or stays behind when that is there and hides it anyhow.
+OSErr MoveSidecarOfServer(const char* from, const char* to) {
     SidecarEntry sidecar;
-    if (const OSErr error = FindSidecar(to, &sidecar); error != noErr) return error;
-    if (sidecar.isThere) {
+    OSErr error = FindSidecar(ServerSidecarPath(from), &sidecar);
+    if (error != noErr || !sidecar.isThere) return error;
+    error = CheckSidecarFile(sidecar.path);
+    if (error != noErr) return error == mapReadErr ? noErr : error;
+    error = MoveToFreeName(sidecar.path.c_str(), ServerSidecarPath(to).c_str());
+    if (error == dupFNErr) return mapReadErr;
+    if (error != fnfErr && error != dirNFErr) return error;
+    error = MoveToFreeName(sidecar.path.c_str(), SidecarPath(to).c_str());
+    return error == dupFNErr ? noErr : error;
+}
+
+OSErr MoveSidecar(const char* from, const char* to) {
+    OSErr error = MoveSidecarBeside(from, to);
+    if (error != noErr) return error;
+    error = MoveSidecarOfServer(from, to);
+    if (error != noErr) (void)MoveSidecarBeside(to, from);
+    return error;
+}
+
+OSErr RenameToFreeName(const char* from, const char* to) {
+    std::array<SidecarAside, 2> stale;
+    for (std::size_t i = 0; i < stale.size(); ++i) {
+        SidecarEntry sidecar;
+        if (const OSErr error = FindSidecar(PlacesOfSidecar(to)[i], &sidecar); error != noErr)
+            return error;
+        if (!sidecar.isThere) continue;
         ItemStatus target;
         if (GetItemStatus(to, &target) == noErr) return RefuseTarget(from, to);
-        const OSErr error = TakeStaleSidecar(from, sidecar, &stale);
+        const OSErr error = TakeStaleSidecar(from, sidecar, &stale[i]);
         if (error != noErr) return error;
     }
     if (const OSErr error = MoveToFreeName(from, to); error != noErr)
@@ -117,16 +150,17 @@ OSErr RenameToFreeName(const char* from, const char* to) {
         (void)MoveToFreeName(to, from);
         return error;
     }
-    stale.Discard();
+    for (SidecarAside& aside : stale)
+        aside.Discard();
     return noErr;
 }
 
 // Moves aside what would become the item's sidecar: that of the target, whatever is in it, or a
 // stale one.
-OSErr TakeSidecarOfTarget(const char* from, const char* to, bool targetIsThere,
+OSErr TakeSidecarOfTarget(const char* from, std::string place, bool targetIsThere,
                           SidecarAside* aside) {
     SidecarEntry sidecar;
-    if (const OSErr error = FindSidecar(to, &sidecar); error != noErr) return error;
+    if (const OSErr error = FindSidecar(std::move(place), &sidecar); error != noErr) return error;
     if (!sidecar.isThere) return noErr;
     return targetIsThere ? aside->Take(sidecar.path) : TakeStaleSidecar(from, sidecar, aside);
 }
@@ -140,8 +174,10 @@ OSErr RenameOverTarget(const char* from, const char* to) {
     // As the host has it: between two names of one item there is nothing to do.
     if (found == noErr && IsSameItem(item, target)) return noErr;
 
-    SidecarAside replaced;
-    OSErr error = TakeSidecarOfTarget(from, to, found == noErr, &replaced);
+    std::array<SidecarAside, 2> replaced;
+    OSErr error = noErr;
+    for (std::size_t i = 0; i < replaced.size() && error == noErr; ++i)
+        error = TakeSidecarOfTarget(from, PlacesOfSidecar(to)[i], found == noErr, &replaced[i]);
     if (error == noErr) error = MoveSidecar(from, to);
     if (error != noErr) return error;
     error = Move(from, to);
@@ -149,7 +185,8 @@ OSErr RenameOverTarget(const char* from, const char* to) {
         (void)MoveSidecar(to, from);
         return error;
     }
-    replaced.Discard();
+    for (SidecarAside& aside : replaced)
+        aside.Discard();
     return noErr;
 }
 

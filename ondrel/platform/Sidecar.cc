@@ -76,6 +76,34 @@ OSErr ReadTable(const OpenSidecar& sidecar, std::vector<AppleDoubleEntry>* entri
     return mapReadErr;
 }
 
+bool IsMissing(OSErr error) {
+    return error == fnfErr || error == bdNamErr;
+}
+
+// Opens the sidecar of a file and reads its table, wherever it is. What stands at the server's
+// place and is no AppleDouble file is none. fnfErr: the file has no sidecar.
+OSErr OpenSidecarOf(const char* path, OpenSidecar* sidecar,
+                    std::vector<AppleDoubleEntry>* entries) {
+    OSErr error = Open(SidecarPath(path), sidecar);
+    if (error == noErr) return ReadTable(*sidecar, entries);
+    if (!IsMissing(error)) return error;
+    error = Open(ServerSidecarPath(path), sidecar);
+    if (error == noErr) error = ReadTable(*sidecar, entries);
+    return IsMissing(error) || error == dirNFErr || error == mapReadErr ? fnfErr : error;
+}
+
+// Where the sidecar of a file is, or is to be made. `*isThere` tells which.
+OSErr PlaceOfSidecar(const char* path, std::string* place, bool* isThere) {
+    *place = SidecarPath(path);
+    OSErr found = CheckSidecarFile(*place);
+    *isThere = found == noErr;
+    if (!IsMissing(found)) return found;
+    found = CheckSidecarFile(ServerSidecarPath(path));
+    *isThere = found == noErr;
+    if (*isThere) *place = ServerSidecarPath(path);
+    return IsMissing(found) || found == dirNFErr || found == mapReadErr ? noErr : found;
+}
+
 OSErr Unlink(const std::string& path) {
     return CodeOf(Retry([&] { return syscalls.unlinkat(AT_FDCWD, path.c_str(), 0); }));
 }
@@ -126,6 +154,12 @@ std::string SidecarPath(std::string_view path) {
     return sidecar.append(kMark).append(parts.name);
 }
 
+std::string ServerSidecarPath(std::string_view path) {
+    const PathParts parts = SplitPath(path);
+    std::string sidecar(parts.folder);
+    return sidecar.append(kServerFolder).append("/").append(parts.name);
+}
+
 bool IsSidecarName(std::string_view name) {
     return name.size() > kMark.size() && name.starts_with(kMark);
 }
@@ -139,13 +173,10 @@ OSErr CheckSidecarFile(const std::string& sidecarPath) {
 
 OSErr ReadSidecar(const char* path, AppleDouble* sidecar) {
     OpenSidecar open;
-    if (const OSErr error = Open(SidecarPath(path), &open); error != noErr) {
-        if (error != fnfErr && error != bdNamErr) return error;
-        *sidecar = AppleDouble();
-        return noErr;
-    }
     std::vector<AppleDoubleEntry> entries;
-    if (const OSErr error = ReadTable(open, &entries); error != noErr) return error;
+    const OSErr found = OpenSidecarOf(path, &open, &entries);
+    if (found == fnfErr) *sidecar = AppleDouble();
+    if (found != noErr) return found == fnfErr ? noErr : found;
     std::string bytes;
     const OSErr error = Read(open, 0, static_cast<std::size_t>(open.size), &bytes);
     if (error != noErr) return error;
@@ -156,27 +187,21 @@ OSErr ReadSidecar(const char* path, AppleDouble* sidecar) {
 }
 
 OSErr WriteSidecar(const char* path, const AppleDouble& sidecar) {
-    const std::string sidecarPath = SidecarPath(path);
-    const OSErr found = CheckSidecarFile(sidecarPath);
-    if (found == fnfErr || found == bdNamErr) {
-        if (sidecar.IsEmpty()) return noErr;
-    } else if (found != noErr) {
-        return found;
-    } else if (sidecar.IsEmpty()) {
-        return Unlink(sidecarPath);
-    }
+    std::string place;
+    bool isThere = false;
+    if (const OSErr error = PlaceOfSidecar(path, &place, &isThere); error != noErr) return error;
+    if (sidecar.IsEmpty()) return isThere ? Unlink(place) : noErr;
     SidecarPermission permission;
     if (const OSErr error = permission.TakeFrom(path); error != noErr) return error;
-    return Replace(sidecarPath, sidecar.Bytes(), permission);
+    return Replace(place, sidecar.Bytes(), permission);
 }
 
 OSErr ReadFinderInfo(const char* path, FinderInfo* info) {
     *info = {};
     OpenSidecar sidecar;
-    if (const OSErr error = Open(SidecarPath(path), &sidecar); error != noErr)
-        return error == fnfErr || error == bdNamErr ? noErr : error;
     std::vector<AppleDoubleEntry> entries;
-    if (const OSErr error = ReadTable(sidecar, &entries); error != noErr) return error;
+    const OSErr found = OpenSidecarOf(path, &sidecar, &entries);
+    if (found != noErr) return found == fnfErr ? noErr : found;
     const AppleDoubleEntry* entry = FindEntry(entries, kEntryFinderInfo);
     if (entry == nullptr) return noErr;
     std::string stored;

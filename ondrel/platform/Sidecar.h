@@ -1,6 +1,10 @@
 // The sidecar of a file: the AppleDouble file "._name" beside it, which holds its codes, Finder
 // flags and resource fork. Internal to libOndrel.
 //
+// A file server of other systems keeps it in a folder of its own, ".AppleDouble/name". Where there
+// is no "._name", that one is the file's sidecar, and is read, changed and taken along in its
+// place; a new sidecar is always "._name".
+//
 // Invariants: a sidecar is replaced in one step, so that a reader and a crash meet the old or the
 // new one, whole; its permission is never wider than that of its file; a file with neither codes
 // nor fork has none; one that we cannot read as AppleDouble is never overwritten (mapReadErr).
@@ -18,6 +22,12 @@ namespace Ondrel::Host {
 // "/a/._b" for "/a/b".
 std::string SidecarPath(std::string_view path);
 
+// "/a/.AppleDouble/b" for "/a/b".
+std::string ServerSidecarPath(std::string_view path);
+
+// The name of the folder of those.
+inline constexpr std::string_view kServerFolder = ".AppleDouble";
+
 // True for "._name" with a name behind the mark.
 bool IsSidecarName(std::string_view name);
 
@@ -25,8 +35,8 @@ bool IsSidecarName(std::string_view name);
 // mapReadErr: something else. Otherwise the host's failure to find out. Its fork is not read.
 OSErr CheckSidecarFile(const std::string& sidecarPath);
 
-// The sidecar of a file; an empty one where there is none. mapReadErr: what is there is no
-// AppleDouble file.
+// The sidecar of a file; an empty one where there is none. mapReadErr: "._name" is no AppleDouble
+// file.
 OSErr ReadSidecar(const char* path, AppleDouble* sidecar);
 
 // Makes `sidecar` the sidecar of the file at `path`, or takes the file's sidecar away when it is
