@@ -1,7 +1,7 @@
 // demo [--keep] [FOLDER]: the main job of the library on real files. A document is written that
-// links to a picture and a text of the folder; its stored bytes are shown; document and files move
-// to another folder, where the links are followed; and files that are missing, cut or closed to us
-// are met. Exits with 1 when anything did not hold.
+// links to a picture and a text of the folder; its stored bytes are shown; it gets a preview;
+// document and files move to another folder, where the links are followed; and files that are
+// missing, cut or closed to us are met. Exits with 1 when anything did not hold.
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +17,7 @@
 
 #include "examples/demofiles.h"
 #include "examples/document.h"
+#include "examples/previewdemo.h"
 #include "ondrel/core/FileSpec.h"
 #include "ondrel/core/Volumes.h"
 #include "ondrel/fil/fil.h"
@@ -194,6 +195,27 @@ void ShowBytes(const fs::path& path, const std::vector<Stretch>& stretches) {
     Check(shown == 10, "every kind of record is in the document");
 }
 
+// --- The preview --------------------------------------------------------------------------------
+
+// What an application does after a save; a later save keeps it.
+void Preview(const fs::path& path, const Document& document, const SourceFiles& files) {
+    Title("A preview in the document's resource fork, and an icon made of it");
+    const PreviewReport report = GivePreview(path, files.picture);
+    std::printf("  %d x %d pixels%s\n", report.width, report.height,
+                report.pictureIsDrawn ? " (drawn: the picture is no PNG or PPM)" : "");
+    for (const std::string& resource : report.resources)
+        std::printf("    %s\n", resource.c_str());
+    Check(report.holds, "the fork holds the picture, the pointer to it and the icon");
+
+    const fs::path sidecar = path.parent_path() / ("._" + path.filename().string());
+    const std::uintmax_t size = fs::exists(sidecar) ? fs::file_size(sidecar) : 0;
+    const std::vector<filref> targets = {ReferenceTo(files.picture), ReferenceTo(files.text)};
+    std::string message;
+    const bool saved = SaveDocument(ReferenceTo(path), document, targets, nullptr, &message);
+    Check(saved && size > 0 && fs::file_size(sidecar) == size,
+          "saved again: the preview stayed with the document" + (saved ? "" : ": " + message));
+}
+
 // --- Moving, and following the links ------------------------------------------------------------
 
 bool SameContent(const filref& a, const filref& b) {
@@ -366,6 +388,7 @@ void Run(const fs::path& folder, bool keep) {
     if (failures > 0) return;
 
     ShowBytes(before / kDocument, stretches);
+    Preview(before / kDocument, document, files);
 
     fs::create_directories(after.parent_path());
     fs::copy(before, after, fs::copy_options::recursive);
