@@ -29,6 +29,7 @@ constexpr ErrorEntry kErrorTable[] = {
     {resNotFound, "resNotFound", "the resource was not found"},
     {resFNotFound, "resFNotFound", "the file has no resource fork"},
     {mapReadErr, "mapReadErr", "the resource fork is damaged"},
+    {errFSNoMoreItems, "errFSNoMoreItems", "there are no more items"},
 };
 
 }  // namespace

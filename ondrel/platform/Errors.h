@@ -33,6 +33,7 @@ inline constexpr OSErr CantDecompress = -186;  // the resource is stored compres
 inline constexpr OSErr resNotFound = -192;     // the resource file has no such resource
 inline constexpr OSErr resFNotFound = -193;    // the file has no resource fork
 inline constexpr OSErr mapReadErr = -199;      // the resource fork or its map is damaged
+inline constexpr OSErr errFSNoMoreItems = -1417;  // a search has come to its end
 
 struct ErrorEntry {
     OSErr code;

@@ -1,38 +1,14 @@
 // Reads a folder with getdents64: one pass, a few large transfers, no status call for an entry but
 // to look for the partner of a sidecar that is not in the same transfer.
-#include <dirent.h>
-
-#include <cstddef>
-#include <cstring>
 #include <utility>
 
+#include "ondrel/platform/FolderEntries.h"
 #include "ondrel/platform/HostCalls.h"
 #include "ondrel/platform/HostFiles.h"
 #include "ondrel/platform/Sidecar.h"
 
 namespace Ondrel::Host {
 namespace {
-
-constexpr std::size_t kTransferSize = std::size_t{32} * 1024;
-constexpr std::size_t kNameOffset = offsetof(dirent64, d_name);
-
-struct HostEntry {
-    std::string_view name;
-    unsigned char type;
-    std::size_t size;  // of the record; 0: there is none
-};
-
-// The record at `at`; the kernel pads records, and ends names with a NUL.
-HostEntry EntryAt(const std::string& buffer, std::size_t filled, std::size_t at) {
-    if (filled - at <= kNameOffset) return {};
-    unsigned short size;
-    std::memcpy(&size, buffer.data() + at + offsetof(dirent64, d_reclen), sizeof size);
-    if (size <= kNameOffset || size > filled - at) return {};
-    const char* name = buffer.data() + at + kNameOffset;
-    return {{name, strnlen(name, size - kNameOffset)},
-            static_cast<unsigned char>(buffer[at + offsetof(dirent64, d_type)]),
-            size};
-}
 
 ItemKind KindOfType(unsigned char type) {
     switch (type) {
@@ -79,7 +55,7 @@ OSErr FolderReader::Open(const char* path) {
     error_ = noErr;
     Descriptor folder = OpenPath(path, O_RDONLY | O_DIRECTORY);
     if (!folder.IsOpen()) return LastHostError();
-    buffer_.resize(kTransferSize);
+    buffer_.resize(kFolderTransferSize);
     fd_ = folder.Release();
     return noErr;
 }
@@ -87,10 +63,10 @@ OSErr FolderReader::Open(const char* path) {
 bool FolderReader::Next() {
     for (;;) {
         if (position_ == filled_ && !Refill()) break;
-        const HostEntry entry = EntryAt(buffer_, filled_, position_);
+        const HostEntry entry = EntryAt(buffer_.data(), filled_, position_);
         if (entry.size == 0) break;
         position_ += entry.size;
-        if (entry.name == "." || entry.name == "..") continue;
+        if (IsDots(entry.name)) continue;
         if (entry.name == kServerFolder && entry.type == DT_DIR) continue;
         if (IsSidecarName(entry.name) && HasPartner(entry.name)) continue;
         name_ = entry.name;
@@ -120,12 +96,7 @@ bool FolderReader::Refill() {
 
 bool FolderReader::HasPartner(std::string_view sidecarName) const {
     const std::string partner(sidecarName.substr(2));
-    for (std::size_t at = 0; at < filled_;) {
-        const HostEntry entry = EntryAt(buffer_, filled_, at);
-        if (entry.size == 0) break;
-        if (entry.name == partner) return true;
-        at += entry.size;
-    }
+    if (HasEntry(buffer_.data(), filled_, partner)) return true;
     struct stat status;
     return Retry([&] {
                return syscalls.fstatat(fd_, partner.c_str(), &status, AT_SYMLINK_NOFOLLOW);

@@ -12,6 +12,7 @@
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/HoldAcrossFork.h"
 #include "ondrel/platform/HostCalls.h"
+#include "ondrel/platform/LongPaths.h"
 #include "ondrel/platform/PathCache.h"
 #include "ondrel/platform/RefFacts.h"
 
@@ -70,6 +71,13 @@ bool RecallFolder(const RefFacts& facts, std::string* path) {
     return ThePlaces().folders.Find(BytesOf(FolderOf(facts)), path);
 }
 
+OSErr GetIdentity(const std::string& path, int flags, Identity* identity) {
+    Descriptor folder;
+    const char* rest = nullptr;
+    if (const OSErr code = OpenLongPath(path, &folder, &rest); code != noErr) return code;
+    return GetIdentity(folder.IsOpen() ? folder.Get() : AT_FDCWD, rest, flags, identity);
+}
+
 // --- From a path --------------------------------------------------------------------------------
 
 // The path of a folder as the host tells it, for one that leads upwards: what ".." means behind a
@@ -108,13 +116,11 @@ OSErr MakeRef(std::string_view givenPath, FSRef* ref) {
     RefFacts facts{};
     facts.mark = RefFacts::kMark;
     if (const OSErr code = TidyPath(givenPath, &path); code != noErr) return code;
-    if (const OSErr code = GetIdentity(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, &facts.item);
-        code != noErr)
+    if (const OSErr code = GetIdentity(path, AT_SYMLINK_NOFOLLOW, &facts.item); code != noErr)
         return code;
     const std::string folder = ParentOf(path);
     Identity folderIdentity{};
-    if (const OSErr code = GetIdentity(AT_FDCWD, folder.c_str(), 0, &folderIdentity); code != noErr)
-        return code;
+    if (const OSErr code = GetIdentity(folder, 0, &folderIdentity); code != noErr) return code;
     facts.folderInode = folderIdentity.inode;
     facts.folderDevice = folderIdentity.device;
     facts.nameHash = HashOfName(std::string_view(path).substr(path.rfind('/') + 1));
@@ -129,7 +135,7 @@ OSErr MakeRef(std::string_view givenPath, FSRef* ref) {
 // Whether the item is at that path. Another item, or none, gives fnfErr.
 OSErr CheckPath(const RefFacts& facts, const std::string& path) {
     Identity there{};
-    const OSErr code = GetIdentity(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, &there);
+    const OSErr code = GetIdentity(path, AT_SYMLINK_NOFOLLOW, &there);
     if (code == dirNFErr) return fnfErr;
     if (code != noErr) return code;
     return there == facts.item ? noErr : fnfErr;

@@ -47,6 +47,7 @@ constexpr Syscalls MakeHostSyscalls() {
     table.fsync = ::fsync;
     table.fcntl_lock = HostFcntlLock;
     table.getdents64 = ::getdents64;
+    table.lseek = ::lseek;
     table.readlinkat = ::readlinkat;
     table.unlinkat = ::unlinkat;
     table.renameat2 = ::renameat2;

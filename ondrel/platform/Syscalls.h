@@ -47,6 +47,7 @@ struct Syscalls {
 
     // Folders and names.
     ssize_t (*getdents64)(int fd, void* buffer, size_t size);
+    off_t (*lseek)(int fd, off_t position, int whence);
     ssize_t (*readlinkat)(int folder, const char* path, char* buffer, size_t size);
     int (*unlinkat)(int folder, const char* path, int flags);
     int (*renameat2)(int from, const char* old_path, int to, const char* new_path,

@@ -97,6 +97,7 @@ void WrapAll() {
     Wrap<"fsync", &Syscalls::fsync>();
     Wrap<"fcntl_lock", &Syscalls::fcntl_lock>();
     Wrap<"getdents64", &Syscalls::getdents64>();
+    Wrap<"lseek", &Syscalls::lseek>();
     Wrap<"readlinkat", &Syscalls::readlinkat>();
     Wrap<"unlinkat", &Syscalls::unlinkat>();
     Wrap<"renameat2", &Syscalls::renameat2>();
@@ -112,7 +113,7 @@ void WrapAll() {
     Wrap<"ring_wait", &Syscalls::ring_wait, Style::kNegative>();
 }
 
-constexpr int kEntries = 28;
+constexpr int kEntries = 29;
 static_assert(sizeof(Syscalls) == kEntries * sizeof(void (*)()),
               "a new entry of the table needs its line in WrapAll");
 
