@@ -170,7 +170,8 @@ TEST(IconFamily, EverySizeShowsThePicture) {
 TEST(IconFamily, TransparencyIsInEverySize) {
     std::string pixels = Flat(512, 256, "FF 20 40 60") + Flat(512, 256, "00 00 00 00");
     for (const auto& [side, shown] : Pixels(IconElements(Family(AsImage(pixels, 512, 512))))) {
-        const auto half = static_cast<std::size_t>(side * side * 2);
+        const auto half =
+            std::size_t{2} * static_cast<std::size_t>(side) * static_cast<std::size_t>(side);
         for (std::size_t at = 0; at < half; at += 4)
             ASSERT_EQ(Hex(shown.substr(at, 4)), "FF 20 40 60") << side;
         for (std::size_t at = half; at < 2 * half; at += 4)
@@ -221,15 +222,15 @@ TEST(IconFamily, AnIndependentProgramReadsIt) {
           "'ic08' 256x256 32-bit icon", "'ic09' 512x512 32-bit icon", "8 elements total found"})
         EXPECT_NE(list.find(line), std::string::npos) << line << " is not in\n" << list;
 
-    ASSERT_EQ(std::system(
-                  ("icns2png -x -o '" + scratch.Path() + "' '" + path + "' > '" + output + "' 2>&1")
-                      .c_str()),
-              0);
+    const std::string extract =
+        "icns2png -x -o '" + scratch.Path() + "' '" + path + "' > '" + output + "' 2>&1";
+    ASSERT_EQ(std::system(extract.c_str()), 0);
     const std::map<int, std::string> ours = Pixels(IconElements(family));
     for (const int side : {16, 32, 128}) {
         const std::string size = std::to_string(side);
-        const std::string png =
-            Testing::ReadAll(scratch.Path("icon_" + size + "x" + size + "x32.png"));
+        std::string name = "icon_";
+        name.append(size).append("x").append(size).append("x32.png");
+        const std::string png = Testing::ReadAll(scratch.Path(name));
         EXPECT_EQ(PixelsOfPng(png, static_cast<unsigned>(side)), ours.at(side)) << size;
     }
 }

@@ -21,10 +21,12 @@ struct Picture {
     int height;
 
     Picture(int w, int h, const std::string& hex) : bytes(Bytes(hex)), width(w), height(h) {
-        EXPECT_EQ(bytes.size(), static_cast<std::size_t>(4 * w * h));
+        EXPECT_EQ(bytes.size(), RowBytes() * static_cast<std::size_t>(h));
     }
     Picture(int w, int h, char fill)
-        : bytes(static_cast<std::size_t>(4 * w * h), fill), width(w), height(h) {}
+        : bytes(std::size_t{4} * static_cast<std::size_t>(w) * static_cast<std::size_t>(h), fill),
+          width(w),
+          height(h) {}
 
     std::size_t RowBytes() const { return static_cast<std::size_t>(width) * 4; }
     Image AsImage(AlphaInfo alpha) const {
@@ -80,13 +82,20 @@ TEST(Images, HalfTheSizeIsTheAverageOfEachFourPixels) {
     EXPECT_EQ(Hex(to.bytes), "FF 03 20 FF FF FF 00 00");
 }
 
+std::size_t PlaceOf(int x, int y, int width, int channel) {
+    return (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+            static_cast<std::size_t>(x)) *
+               4 +
+           static_cast<std::size_t>(channel);
+}
+
 // The average of four bytes, written out.
 int Average(const Picture& from, int x, int y, int channel) {
     int sum = 0;
     for (const int dy : {0, 1}) {
         for (const int dx : {0, 1})
-            sum += static_cast<unsigned char>(from.bytes[static_cast<std::size_t>(
-                ((2 * y + dy) * from.width + 2 * x + dx) * 4 + channel)]);
+            sum += static_cast<unsigned char>(
+                from.bytes[PlaceOf(2 * x + dx, 2 * y + dy, from.width, channel)]);
     }
     return sum / 4;
 }
@@ -101,11 +110,9 @@ TEST(Images, HalvesOfRandomPicturesAreTheAveragesEverywhere) {
         ASSERT_EQ(DrawWhole(to, from, kOpaque), noErr);
         for (int y = 0; y < height; ++y) {
             for (int x = 0; x < width; ++x) {
-                const auto at = static_cast<std::size_t>((y * width + x) * 4);
-                ASSERT_EQ(to.bytes[at], '\xFF');
+                ASSERT_EQ(to.bytes[PlaceOf(x, y, width, 0)], '\xFF');
                 for (int channel = 1; channel < 4; ++channel)
-                    ASSERT_EQ(static_cast<unsigned char>(
-                                  to.bytes[at + static_cast<std::size_t>(channel)]),
+                    ASSERT_EQ(static_cast<unsigned char>(to.bytes[PlaceOf(x, y, width, channel)]),
                               Average(from, x, y, channel))
                         << x << ", " << y << " of " << width << " x " << height;
             }
