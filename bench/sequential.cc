@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -113,13 +114,13 @@ void ReadValues(benchmark::State& state) {
     static const bool kReadsRight = ReadsEveryValue<Contender, kWidth>();
     static const std::uint32_t kExpected = SumOfValues<kWidth>();
     for (auto _ : state) {
-        Contender contender;
-        contender.OpenToRead();
+        const auto contender = std::make_unique<Contender>();
+        contender->OpenToRead();
         std::uint32_t sum = 0;
         for (std::size_t i = 0; i < kValues<kWidth>; ++i)
-            sum += GetOne<kWidth>(contender);
+            sum += GetOne<kWidth>(*contender);
         benchmark::DoNotOptimize(sum);
-        contender.CloseRead();
+        contender->CloseRead();
         if (sum != kExpected || !kReadsRight) state.SkipWithError("read other bytes");
     }
 }
@@ -128,11 +129,11 @@ template <class Contender, int kWidth>
 void WriteValues(benchmark::State& state) {
     RestoreFile();
     for (auto _ : state) {
-        Contender contender;
-        contender.OpenToWrite();
+        const auto contender = std::make_unique<Contender>();
+        contender->OpenToWrite();
         for (std::size_t i = 0; i < kValues<kWidth>; ++i)
-            PutOne<kWidth>(contender, ValueOf<kWidth>(i));
-        contender.CloseWritten();
+            PutOne<kWidth>(*contender, ValueOf<kWidth>(i));
+        contender->CloseWritten();
     }
     if (FileBytes() != BytesOfValues<kWidth>()) state.SkipWithError("wrote other bytes");
     RestoreFile();
