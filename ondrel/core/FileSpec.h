@@ -35,7 +35,7 @@ class ONDREL_EXPORT FileSpecBase {
     bool GetName(std::string& name) const;
     bool GetName(Uni16String& name) const;
 
-    // The name of the folder that the specification denotes. False, and the text unchanged, where
+    // The name of the folder that this denotes. False, and the text unchanged, where
     // it denotes no existing folder.
     bool GetFolderName(std::string& name) const;
     bool GetFolderName(Uni16String& name) const;
@@ -122,7 +122,7 @@ class ONDREL_EXPORT FileSpec : public FileSpecBase {
     virtual void ToChildFile(const Uni16String& name);
 
     // The same for a folder, or any other item that is there: it may be an alias that leads to one.
-    // What does not exist is created when `create` is set, and makes the specification empty
+    // What does not exist is created when `create` is set, and makes this one empty
     // otherwise, or when it cannot be created.
     virtual void ToChildFolder(const Uni16String& name, bool create);
 

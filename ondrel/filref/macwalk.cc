@@ -40,7 +40,7 @@ void FollowAlias(FileSpec& spec) {
     if (code == noErr && wasAliased) spec = target;
 }
 
-// Goes down to a folder; the specification becomes empty where there is none.
+// Goes down to a folder; what is not there makes `spec` empty.
 void StepToFolder(FileSpec& spec, const Uni16String& name) {
     spec.ToChildFolder(name, false);
     if (spec.IsFolder()) return;

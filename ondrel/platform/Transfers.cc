@@ -28,8 +28,9 @@ constexpr std::size_t kMostBytes = 1 << 30;
 
 constexpr std::int64_t kLastPosition = std::numeric_limits<std::int64_t>::max();
 
-// Writes from here on may pass the page cache by; what lies below is read back soon.
-constexpr std::int64_t kSpareCacheFrom = 32 << 20;
+// Writes from here on may pass the page cache by. What lies below is read back soon, and giving it
+// up costs up to twice the time of the write (docs/performance.md).
+constexpr std::int64_t kSpareCacheFrom = 1 << 30;
 
 #ifdef RWF_DONTCACHE
 constexpr int kDontCache = RWF_DONTCACHE;

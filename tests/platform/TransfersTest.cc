@@ -354,7 +354,7 @@ TEST(Transfers, AnEndThatIsNoneIsNotBelieved) {
 std::vector<off_t> sparedAt;
 int sparedFlags = 0;
 
-TEST(Transfers, TheCacheIsSparedFromThe32ndMegabyteOn) {
+TEST(Transfers, TheCacheIsSparedFromTheFirstGibibyteOn) {
     const Scratch scratch;
     const std::string path = scratch.Write("a", "");
     const OpenedFork fork(path, fsWrPerm);
@@ -366,13 +366,13 @@ TEST(Transfers, TheCacheIsSparedFromThe32ndMegabyteOn) {
         return kHostSyscalls.pwrite(fd, parts->iov_base, parts->iov_len, offset);
     };
     char byte = 'x';
-    for (const std::int64_t offset : {std::int64_t{0}, 32 * kMiB - 1, 32 * kMiB, 40 * kMiB}) {
+    for (const std::int64_t offset : {std::int64_t{0}, 1024 * kMiB - 1, 1024 * kMiB, 1040 * kMiB}) {
         for (const unsigned short mode : {fsFromStart, kSparing}) {
             FSForkIOParam request = Request(fork, offset, 1, &byte, mode);
             EXPECT_EQ(PBWriteForkAsync(&request), noErr);
         }
     }
-    EXPECT_EQ(sparedAt, (std::vector<off_t>{32 * kMiB, 40 * kMiB}));
+    EXPECT_EQ(sparedAt, (std::vector<off_t>{1024 * kMiB, 1040 * kMiB}));
     EXPECT_EQ(sparedFlags, 0x80);
     ASSERT_EQ(truncate(path.c_str(), 0), 0);
 }
@@ -383,11 +383,11 @@ TEST(Transfers, AFileSystemThatCannotSpareTheCacheIsAskedOnce) {
         const OpenedFork fork(scratch.Write("a", ""), fsWrPerm);
         const FaultPlan plan(1, error, "pwritev2", -1);
         for (int i = 0; i < 3; ++i)
-            EXPECT_EQ(FSWriteFork(fork, 33, 32 * kMiB + i, 1, "x", nullptr), noErr);
+            EXPECT_EQ(FSWriteFork(fork, 33, 1024 * kMiB + i, 1, "x", nullptr), noErr);
         EXPECT_EQ(plan.Calls(), 1);
         std::int64_t size = 0;
         EXPECT_EQ(FSGetForkSize(fork, &size), noErr);
-        EXPECT_EQ(size, 32 * kMiB + 3);
+        EXPECT_EQ(size, 1024 * kMiB + 3);
     }
 }
 
