@@ -306,10 +306,10 @@ TEST(Transfers, InterruptedCallsAreNeverSeen) {
     InterruptEverything();
     const OpenedFork fork(path, fsRdWrPerm);
     EXPECT_EQ(FSWriteFork(fork, fsFromStart, 0, 5, "hello", nullptr), noErr);
-    EXPECT_EQ(FSWriteFork(fork, kSparing, 32 * kMiB, 5, "world", nullptr), noErr);
+    EXPECT_EQ(FSWriteFork(fork, kSparing, 1024 * kMiB, 5, "world", nullptr), noErr);
     OSErr code = 1;
     EXPECT_EQ(Read(fork, 0, 5, &code), "hello");
-    EXPECT_EQ(Read(fork, 32 * kMiB, 9, &code), "world");
+    EXPECT_EQ(Read(fork, 1024 * kMiB, 9, &code), "world");
     EXPECT_EQ(code, -39);
     EXPECT_EQ(FSFlushFile(path.c_str()), noErr);
 }
