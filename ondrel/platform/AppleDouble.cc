@@ -130,6 +130,28 @@ std::optional<AppleDouble> AppleDouble::Parse(std::string bytes) {
     return AppleDouble(std::move(bytes), std::move(*entries));
 }
 
+std::optional<std::size_t> AppleDouble::StartOfLastFork(std::span<const AppleDoubleEntry> entries) {
+    const AppleDoubleEntry* const fork = FindEntry(entries, kEntryResourceFork);
+    if (fork == nullptr) return {};
+    std::size_t end = TableEnd(entries.size());
+    for (const AppleDoubleEntry& entry : entries) {
+        if (&entry != fork && entry.length != 0) end = std::max(end, End(entry));
+    }
+    if (fork->offset != end) return {};
+    return end;
+}
+
+std::optional<AppleDouble> AppleDouble::ParseWithoutFork(std::string start,
+                                                         std::uint64_t fileSize) {
+    auto entries = ReadAppleDoubleTable(start, fileSize);
+    if (!entries || StartOfLastFork(*entries) != start.size()) return {};
+    AppleDouble file(std::move(start), std::move(*entries));
+    const std::size_t fork = file.IndexOrAdded(kEntryResourceFork);
+    file.entries_[fork].length = 0;
+    file.StoreEntry(fork);
+    return file;
+}
+
 std::string_view AppleDouble::View(std::uint32_t id) const {
     const AppleDoubleEntry* entry = FindEntry(entries_, id);
     if (entry == nullptr || entry->length == 0) return {};

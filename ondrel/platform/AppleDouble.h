@@ -97,6 +97,12 @@ class AppleDouble {
     // AppleDouble file or an entry lies outside of them.
     static std::optional<AppleDouble> Parse(std::string bytes);
 
+    // For who wants all but the fork: the number of bytes before the fork, where it stands behind
+    // everything else without a gap; nothing where it does not. Such a start is parsed as a file
+    // with an empty fork.
+    static std::optional<std::size_t> StartOfLastFork(std::span<const AppleDoubleEntry> entries);
+    static std::optional<AppleDouble> ParseWithoutFork(std::string start, std::uint64_t fileSize);
+
     const std::string& Bytes() const { return bytes_; }
 
     FinderInfo GetFinderInfo() const;          // empty where there is none

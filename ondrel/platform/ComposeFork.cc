@@ -35,16 +35,19 @@ void Append32(std::string& bytes, std::size_t value) {
 
 // --- The data -----------------------------------------------------------------------------------
 
-// The data area as it grows. Bytes that came from one place of the old fork are stored once.
+// The data area as it grows behind the header, in the fork to be. Bytes that came from one place of
+// the old fork are stored once.
 class DataArea {
  public:
+    explicit DataArea(std::string& fork) : fork_(fork) {}
+
     // Where the bytes are now; false when they would lie too far for a map.
     bool Add(std::string_view data, std::uint32_t* offset) {
-        if (area_.size() >= kMostData || data.size() > kMostData) return false;
-        if (area_.size() > kMostData - data.size()) return false;
-        *offset = static_cast<std::uint32_t>(area_.size());
-        Append32(area_, data.size());
-        area_.append(data);
+        const std::size_t size = Size();
+        if (size >= kMostData || data.size() > kMostData - size) return false;
+        *offset = static_cast<std::uint32_t>(size);
+        Append32(fork_, data.size());
+        fork_.append(data);
         return true;
     }
 
@@ -61,10 +64,10 @@ class DataArea {
         return noErr;
     }
 
-    const std::string& Bytes() const { return area_; }
+    std::size_t Size() const { return fork_.size() - kDataOffset; }
 
  private:
-    std::string area_;
+    std::string& fork_;
     std::map<std::uint32_t, std::uint32_t> kept_;  // offset in the old fork, offset here
 };
 
@@ -143,13 +146,15 @@ std::string Header(std::string_view fork) {
     return header;
 }
 
-std::string Join(std::string header, const std::string& data, std::string map) {
-    Put32(header, 0, kDataOffset);
-    Put32(header, 4, static_cast<std::uint32_t>(kDataOffset + data.size()));
-    Put32(header, 8, static_cast<std::uint32_t>(data.size()));
-    Put32(header, 12, static_cast<std::uint32_t>(map.size()));
-    map.replace(0, kForkHeader, header, 0, kForkHeader);
-    return header.append(data).append(map);
+// Ends a fork that has its header and its data with its map.
+void Finish(std::string map, std::string& fork) {
+    const std::size_t dataSize = fork.size() - kDataOffset;
+    Put32(fork, 0, kDataOffset);
+    Put32(fork, 4, static_cast<std::uint32_t>(kDataOffset + dataSize));
+    Put32(fork, 8, static_cast<std::uint32_t>(dataSize));
+    Put32(fork, 12, static_cast<std::uint32_t>(map.size()));
+    map.replace(0, kForkHeader, fork, 0, kForkHeader);
+    fork.append(map);
 }
 
 // The list with the new resource in it, once.
@@ -174,7 +179,9 @@ std::vector<Resource> Inserted(std::span<const Resource> old, const Resource& ad
 std::string EmptyFork() {
     std::string map;
     (void)ComposeMap({}, 0, &map);
-    return Join(Header({}), {}, std::move(map));
+    std::string fork = Header({});
+    Finish(std::move(map), fork);
+    return fork;
 }
 
 OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std::string_view data,
@@ -185,21 +192,25 @@ OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std:
 
     // `data` has no place in the old fork; its resource is known by the type and ID.
     std::vector<Resource> resources = Inserted(old.Resources(), {type, id, 0, 0, false, {}});
-    DataArea area;
+    std::string result = Header(fork);
+    result.reserve(std::min(fork.size(), kMostData) + std::min(data.size(), kMostData) +
+                   kDataOffset + kMost16);
+    DataArea area(result);
     for (Resource& resource : resources) {
         const bool isNew = resource.type == type && resource.id == id;
-        std::uint32_t offset = 0;
         OSErr kept = noErr;
-        if (isNew)
-            kept = area.Add(data, &offset) ? noErr : dskFulErr;
-        else
+        std::uint32_t offset = 0;
+        if (!isNew)
             kept = area.Keep(old, resource, &offset);
+        else if (!area.Add(data, &offset))
+            kept = dskFulErr;
         if (kept != noErr) return kept;
         resource.dataOffset = offset;
     }
     std::string map;
     if (!ComposeMap(resources, old.Attributes(), &map)) return dskFulErr;
-    *composed = Join(Header(fork), area.Bytes(), std::move(map));
+    Finish(std::move(map), result);
+    *composed = std::move(result);
     return noErr;
 }
 

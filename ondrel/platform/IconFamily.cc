@@ -1,8 +1,8 @@
-// Icon families. Each size is drawn from the picture itself, with premultiplied colours, and stored
-// with whole ones.
+// Icon families. The sizes are drawn with premultiplied colours, and stored with whole ones.
 #include "ondrel/platform/IconFamily.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <vector>
 
@@ -36,9 +36,13 @@ constexpr std::size_t kLongestPlain = 128;
 
 // --- Drawing ------------------------------------------------------------------------------------
 
+int LongerSide(const Image& image) {
+    return std::max(image.width, image.height);
+}
+
 // Where a picture goes in a square, as large as it fits.
 ImageRect Centred(const Image& image, int side) {
-    const int longer = std::max(image.width, image.height);
+    const int longer = LongerSide(image);
     const auto scaled = [&](int length) {
         return std::max(1, static_cast<int>(std::int64_t{length} * side / longer));
     };
@@ -58,13 +62,45 @@ void Unpremultiply(std::vector<unsigned char>& pixels) {
     }
 }
 
-OSErr DrawSquare(const Image& image, int side, std::vector<unsigned char>* pixels) {
+// Draws the picture into a square; its colours stay premultiplied.
+OSErr DrawSquare(const Image& image, int side, std::vector<unsigned char>* square) {
     const auto rowBytes = static_cast<std::size_t>(side) * kPixel;
-    pixels->assign(rowBytes * static_cast<std::size_t>(side), 0);
-    const OSErr error =
-        DrawImage({pixels->data(), side, side, rowBytes}, Centred(image, side), image);
-    if (error == noErr) Unpremultiply(*pixels);
-    return error;
+    square->assign(rowBytes * static_cast<std::size_t>(side), 0);
+    return DrawImage({square->data(), side, side, rowBytes}, Centred(image, side), image);
+}
+
+Image AsImage(const std::vector<unsigned char>& square, int side, AlphaInfo alpha) {
+    return {square.data(), side, side, static_cast<std::size_t>(side) * kPixel, alpha};
+}
+
+// Whether a size tells more of the picture than the one before it. A PNG file costs much, so that
+// it is made only of a picture that fills it.
+bool GivesSense(const Size& size, const Size& before, const Image& image) {
+    return size.mask == 0 ? LongerSide(image) >= size.side : LongerSide(image) > before.side;
+}
+
+std::size_t CountSizes(const Image& image) {
+    std::size_t count = 1;
+    while (count < std::size(kSizes) && GivesSense(kSizes[count], kSizes[count - 1], image))
+        ++count;
+    return count;
+}
+
+// Draws all squares, the largest first: a smaller one is drawn from it, unless it was itself made
+// larger than the picture.
+OSErr DrawSquares(const Image& image, std::vector<std::vector<unsigned char>>* squares) {
+    Image source = image;
+    squares->resize(CountSizes(image));
+    for (std::size_t i = squares->size(); i-- > 0;) {
+        std::vector<unsigned char>& square = (*squares)[i];
+        const int side = kSizes[i].side;
+        if (const OSErr error = DrawSquare(source, side, &square); error != noErr) return error;
+        if (side <= LongerSide(image))
+            source = AsImage(square, side, AlphaInfo::kPremultipliedFirst);
+    }
+    for (std::vector<unsigned char>& square : *squares)
+        Unpremultiply(square);
+    return noErr;
 }
 
 // --- Packing ------------------------------------------------------------------------------------
@@ -122,25 +158,22 @@ void AppendPlanes(const Size& size, const std::vector<unsigned char>& pixels, st
 OSErr AppendPngElement(const Size& size, const std::vector<unsigned char>& pixels,
                        std::string& family) {
     const std::size_t start = Begin(size.picture, family);
-    const Image image{pixels.data(), size.side, size.side,
-                      static_cast<std::size_t>(size.side) * kPixel, AlphaInfo::kFirst};
-    const OSErr error = AppendPng(image, &family);
+    const OSErr error = AppendPng(AsImage(pixels, size.side, AlphaInfo::kFirst), &family);
     End(start, family);
     return error;
 }
 
 OSErr Compose(const Image& image, std::string& family) {
+    std::vector<std::vector<unsigned char>> squares;
+    if (const OSErr error = DrawSquares(image, &squares); error != noErr) return error;
     const std::size_t start = Begin(MakeFourCC("icns"), family);
-    std::vector<unsigned char> pixels;
-    for (const Size& size : kSizes) {
-        OSErr error = DrawSquare(image, size.side, &pixels);
-        if (error != noErr) return error;
-        if (size.mask == 0)
-            error = AppendPngElement(size, pixels, family);
+    for (std::size_t i = 0; i < squares.size(); ++i) {
+        OSErr error = noErr;
+        if (kSizes[i].mask == 0)
+            error = AppendPngElement(kSizes[i], squares[i], family);
         else
-            AppendPlanes(size, pixels, family);
+            AppendPlanes(kSizes[i], squares[i], family);
         if (error != noErr) return error;
-        if (size.side >= std::max(image.width, image.height)) break;
     }
     End(start, family);
     return noErr;

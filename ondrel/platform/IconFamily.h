@@ -29,8 +29,9 @@
 
 namespace Ondrel {
 
-// The family of a picture, which is scaled to each size up to the first that holds it whole; one
-// that is not square is centred. paramErr: the picture is not valid. memFullErr.
+// The family of a picture. It has the sizes up to 128 until the first that holds the picture whole,
+// and 256 and 512 where the picture fills them; one that is not square is centred. paramErr: the
+// picture is not valid. memFullErr.
 OSErr ComposeIconFamily(const Image& image, std::string* family);
 
 // Appends a plane of bytes as the 'is32' element and its like have it.

@@ -26,18 +26,6 @@ OSErr OrMemFull(Work work) {
     }
 }
 
-OSErr StoreIn(const std::string& path, std::string_view fork, std::uint16_t finderFlags) {
-    AppleDouble sidecar;
-    if (const OSErr error = ReadSidecar(path.c_str(), &sidecar); error != noErr) return error;
-    if (!sidecar.SetResourceFork(fork)) return dskFulErr;
-    if (finderFlags != 0) {
-        FinderInfo info = sidecar.GetFinderInfo();
-        info.SetFlags(info.Flags() | finderFlags);
-        sidecar.SetFinderInfo(info);
-    }
-    return WriteSidecar(path.c_str(), sidecar);
-}
-
 }  // namespace
 
 ResourceContent::ResourceContent() : bytes_(std::make_shared<std::string>()) {}
@@ -47,10 +35,7 @@ ResourceContent::~ResourceContent() = default;
 OSErr ResourceContent::Load(const std::string& path) {
     return OrMemFull([&] {
         if (const OSErr error = FSPathMakeRef(path.c_str(), &file_); error != noErr) return error;
-        AppleDouble sidecar;
-        const OSErr error = ReadSidecar(path.c_str(), &sidecar);
-        if (error == noErr) bytes_ = std::make_shared<std::string>(sidecar.GetResourceFork());
-        return error;
+        return ReadResourceFork(path.c_str(), bytes_.get());
     });
 }
 
@@ -92,7 +77,8 @@ OSErr ResourceContent::Store() const {
     return OrMemFull([&] {
         std::string path;
         const OSErr error = FSRefMakePath(&file_, &path);
-        return error != noErr ? error : StoreIn(path, *bytes_, finderFlags_);
+        if (error != noErr) return error;
+        return WriteResourceFork(path.c_str(), *bytes_, finderFlags_);
     });
 }
 

@@ -104,6 +104,32 @@ OSErr PlaceOfSidecar(const char* path, std::string* place, bool* isThere) {
     return IsMissing(found) || found == dirNFErr || found == mapReadErr ? noErr : found;
 }
 
+OSErr ReadAndParse(const OpenSidecar& open, std::size_t size, AppleDouble* sidecar) {
+    std::string bytes;
+    if (const OSErr error = Read(open, 0, size, &bytes); error != noErr) return error;
+    auto parsed = AppleDouble::Parse(std::move(bytes));
+    if (!parsed) return mapReadErr;
+    *sidecar = std::move(*parsed);
+    return noErr;
+}
+
+// Reads what a new fork is to stand beside. The old fork is passed over where it can be.
+OSErr ReadAllButFork(const char* path, AppleDouble* sidecar) {
+    OpenSidecar open;
+    std::vector<AppleDoubleEntry> entries;
+    const OSErr found = OpenSidecarOf(path, &open, &entries);
+    if (found == fnfErr) *sidecar = AppleDouble();
+    if (found != noErr) return found == fnfErr ? noErr : found;
+    const auto start = AppleDouble::StartOfLastFork(entries);
+    if (!start) return ReadAndParse(open, static_cast<std::size_t>(open.size), sidecar);
+    std::string bytes;
+    if (const OSErr error = Read(open, 0, *start, &bytes); error != noErr) return error;
+    auto parsed = AppleDouble::ParseWithoutFork(std::move(bytes), open.size);
+    if (!parsed) return mapReadErr;
+    *sidecar = std::move(*parsed);
+    return noErr;
+}
+
 OSErr Unlink(const std::string& path) {
     return CodeOf(Retry([&] { return syscalls.unlinkat(AT_FDCWD, path.c_str(), 0); }));
 }
@@ -177,13 +203,34 @@ OSErr ReadSidecar(const char* path, AppleDouble* sidecar) {
     const OSErr found = OpenSidecarOf(path, &open, &entries);
     if (found == fnfErr) *sidecar = AppleDouble();
     if (found != noErr) return found == fnfErr ? noErr : found;
+    return ReadAndParse(open, static_cast<std::size_t>(open.size), sidecar);
+}
+
+OSErr ReadResourceFork(const char* path, std::string* fork) {
+    OpenSidecar open;
+    std::vector<AppleDoubleEntry> entries;
+    const OSErr found = OpenSidecarOf(path, &open, &entries);
+    if (found == fnfErr) fork->clear();
+    if (found != noErr) return found == fnfErr ? noErr : found;
+    const AppleDoubleEntry* entry = FindEntry(entries, kEntryResourceFork);
     std::string bytes;
-    const OSErr error = Read(open, 0, static_cast<std::size_t>(open.size), &bytes);
-    if (error != noErr) return error;
-    auto parsed = AppleDouble::Parse(std::move(bytes));
-    if (!parsed) return mapReadErr;
-    *sidecar = std::move(*parsed);
-    return noErr;
+    OSErr error = noErr;
+    if (entry != nullptr) error = Read(open, entry->offset, entry->length, &bytes);
+    if (error == noErr && entry != nullptr && bytes.size() != entry->length) error = mapReadErr;
+    if (error == noErr) *fork = std::move(bytes);
+    return error;
+}
+
+OSErr WriteResourceFork(const char* path, std::string_view fork, std::uint16_t finderFlags) {
+    AppleDouble sidecar;
+    if (const OSErr error = ReadAllButFork(path, &sidecar); error != noErr) return error;
+    if (!sidecar.SetResourceFork(fork)) return dskFulErr;
+    if (finderFlags != 0) {
+        FinderInfo info = sidecar.GetFinderInfo();
+        info.SetFlags(info.Flags() | finderFlags);
+        sidecar.SetFinderInfo(info);
+    }
+    return WriteSidecar(path, sidecar);
 }
 
 OSErr WriteSidecar(const char* path, const AppleDouble& sidecar) {

@@ -11,6 +11,7 @@
 #ifndef ONDREL_PLATFORM_SIDECAR_H
 #define ONDREL_PLATFORM_SIDECAR_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -38,6 +39,14 @@ OSErr CheckSidecarFile(const std::string& sidecarPath);
 // The sidecar of a file; an empty one where there is none. mapReadErr: "._name" is no AppleDouble
 // file.
 OSErr ReadSidecar(const char* path, AppleDouble* sidecar);
+
+// The resource fork of a file, the rest not read; empty where there is none. Codes as
+// ReadSidecar's.
+OSErr ReadResourceFork(const char* path, std::string* fork);
+
+// Makes these bytes the resource fork of a file and sets these flags in its Finder Info, beside
+// everything else that its sidecar holds. dskFulErr: they are more than AppleDouble can count.
+OSErr WriteResourceFork(const char* path, std::string_view fork, std::uint16_t finderFlags);
 
 // Makes `sidecar` the sidecar of the file at `path`, or takes the file's sidecar away when it is
 // empty. paramErr: it is longer than AppleDouble can count. fnfErr: there is no such file.

@@ -313,5 +313,35 @@ TEST(AppleDouble, DamagedTablesAreRefusedOrCanBeChanged) {
     EXPECT_GT(read, 1000);
 }
 
+TEST(AppleDouble, AForkThatStandsLastCanBePassedOver) {
+    const std::string bytes = File({{9, 50, 32}, {2, 82, 4}}, std::string(32, 'i') + "fork");
+    const auto entries = ReadAppleDoubleTable(bytes, bytes.size());
+    ASSERT_TRUE(entries.has_value());
+    EXPECT_EQ(AppleDouble::StartOfLastFork(*entries), 82U);
+    auto parsed = AppleDouble::ParseWithoutFork(bytes.substr(0, 82), bytes.size());
+    ASSERT_TRUE(parsed.has_value());
+    EXPECT_EQ(parsed->GetResourceFork(), "");
+    ASSERT_TRUE(parsed->SetResourceFork("fork"));
+    EXPECT_EQ(Hex(parsed->Bytes()), Hex(bytes));
+    EXPECT_FALSE(AppleDouble::ParseWithoutFork(bytes.substr(0, 81), bytes.size()));
+    EXPECT_FALSE(AppleDouble::ParseWithoutFork(bytes.substr(0, 49), bytes.size()));
+}
+
+TEST(AppleDouble, OnlyAForkBehindEverythingElseIsPassedOver) {
+    const std::vector<std::vector<Entry>> others = {
+        {{9, 50, 32}},              // no fork
+        {{2, 50, 4}, {9, 54, 32}},  // first
+        {{9, 50, 32}, {2, 83, 4}},  // behind a gap
+        {{9, 50, 32}, {2, 80, 6}},  // on another entry
+        {{9, 50, 32}, {2, 40, 0}},  // empty, and anywhere
+    };
+    for (const std::vector<Entry>& table : others) {
+        const std::string bytes = File(table, std::string(50, 'x'));
+        const auto entries = ReadAppleDoubleTable(bytes, bytes.size());
+        ASSERT_TRUE(entries.has_value());
+        EXPECT_FALSE(AppleDouble::StartOfLastFork(*entries).has_value());
+    }
+}
+
 }  // namespace
 }  // namespace Ondrel

@@ -121,12 +121,12 @@ TEST(IconFamily, ASmallOneByteForByte) {
                   std::string(256, '\xFF')));
 }
 
-TEST(IconFamily, TheSizesGoUpToTheFirstThatHoldsThePicture) {
+TEST(IconFamily, TheSizesGoUpToTheFirstThatHoldsThePictureAndToThoseItFills) {
     const std::set<std::string> all = {"is32", "s8mk", "il32", "l8mk",
                                        "it32", "t8mk", "ic08", "ic09"};
     const std::pair<int, std::size_t> cases[] = {{1, 2},   {16, 2},  {17, 4},  {32, 4},
-                                                 {50, 6},  {128, 6}, {129, 7}, {256, 7},
-                                                 {257, 8}, {512, 8}, {1000, 8}};
+                                                 {33, 6},  {128, 6}, {255, 6}, {256, 7},
+                                                 {511, 7}, {512, 8}, {1000, 8}};
     for (const auto& [side, count] : cases) {
         const Elements elements = IconElements(Family(AsImage(Colourful(side), side, side)));
         EXPECT_EQ(elements.size(), count) << side;
@@ -185,7 +185,7 @@ TEST(IconFamily, APictureThatIsNotSquareIsCentred) {
     std::string mask(256, '\0');
     mask.replace(64, 128, std::string(128, '\xFF'));
     EXPECT_EQ(Hex(elements.at("s8mk")), Hex(mask));
-    const Elements thin = IconElements(Family(AsImage(Flat(1, 32, "FF 20 40 60"), 1, 32)));
+    const Elements thin = IconElements(Family(AsImage(Flat(1, 16, "FF 20 40 60"), 1, 16)));
     std::string column;
     for (int y = 0; y < 16; ++y)
         column += std::string(7, '\0') + "\xFF" + std::string(8, '\0');
