@@ -96,7 +96,8 @@ TEST_F(SaveTest, AFolderInThePlaceOfTheFileStays) {
 TEST_F(SaveTest, AMissingFolderFailsWithTheCodeOfAFileThatIsNotFound) {
     fil f;
     errtyp e;
-    EXPECT_EQ(Try(e, [&] { return Save(&f, &e, Ref("no:a")); }), Raised(-1));
+    const filref raising = Ref("no:a");
+    EXPECT_EQ(Try(e, [&] { return Save(&f, &e, raising); }), Raised(-1));
     EXPECT_EQ(f.sys->error, -43);
     EXPECT_EQ(filclo(&f), 0);
 }
@@ -179,7 +180,8 @@ TEST_F(SaveTest, WritingInPlaceNeedsTheFile) {
     EXPECT_EQ(f.sys->error, -43);
     EXPECT_EQ(filclo(&f), 0);
     errtyp e;
-    EXPECT_EQ(Try(e, [&] { return filsavmod(&f, &e, Ref("missing")); }), Raised(-1));
+    const filref raising = Ref("missing");
+    EXPECT_EQ(Try(e, [&] { return filsavmod(&f, &e, raising); }), Raised(-1));
     EXPECT_EQ(filclo(&f), 0);
     EXPECT_FALSE(Exists(Path("missing")));
 }
