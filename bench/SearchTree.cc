@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kFilesInFolder = 20;
 constexpr std::size_t kFoldersInFolder = 10;
-constexpr std::size_t kTransfer = 32 * 1024;
+constexpr std::size_t kTransfer = std::size_t{32} * 1024;
 
 void Require(bool held, const char* what) {
     if (held) return;

@@ -105,7 +105,9 @@ void Row(const std::string& parent, std::size_t files) {
 }  // namespace Bench
 
 int main(int argc, char** argv) {
-    const std::string parent = argc > 1 ? argv[1] : "/dev/shm";
+    std::string parent = "/dev/shm";
+    for (int i = 1; i < argc; ++i)
+        if (argv[i][0] != '-') parent = argv[i];  // the others are for the other benchmarks
     std::printf("| files | folders | floor | deep filsea | SearchVolume |\n");
     std::printf("|---:|---:|---:|---:|---:|\n");
     std::fflush(stdout);

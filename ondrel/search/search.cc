@@ -102,6 +102,9 @@ void HandOut(const FSRef* refs, std::size_t count,
 
 }  // namespace
 
+// The callbacks are arguments by value, as the interface has them.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 int filsea(filref& ref, const unsigned int* types, unsigned long typeCount, bool deep,
            std::function<int(const FileSpec*, const std::string&)> callback) {
     const std::string name = ref.getNameAsUtf8(filRefMac);
@@ -150,5 +153,7 @@ int SearchVolume(filref& ref, std::function<int(const std::string&)> callback) {
     }
     return code == errFSNoMoreItems ? 0 : -2;
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 }  // namespace Ondrel

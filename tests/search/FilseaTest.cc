@@ -178,9 +178,10 @@ TEST(Filsea, WhatIsFoundWhereNoReferenceReachesCountsAsNotFound) {
     }
     disk.Write(folder + "doc", "");
     EXPECT_EQ(Found("Test:doc", kDeep), "lost Test:doc");
-    // One folder less fits: 5 + 5 * 181 + 4 bytes and more.
-    disk.Write(folder.substr(0, 5 * 181) + "doc", "");
-    EXPECT_EQ(Found("Test:doc", kDeep), "Test" + colons.substr(0, 5 * 181) + ":doc");
+    // One folder less fits.
+    constexpr std::size_t kFive = 5UL * 181;
+    disk.Write(folder.substr(0, kFive) + "doc", "");
+    EXPECT_EQ(Found("Test:doc", kDeep), "Test" + colons.substr(0, kFive) + ":doc");
 }
 
 TEST(Filsea, TheLongestPathThatAReferenceHoldsIsFoundAndOneByteMoreIsNot) {
