@@ -17,6 +17,7 @@
 
 #include "examples/demofiles.h"
 #include "examples/document.h"
+#include "examples/lostfile.h"
 #include "examples/previewdemo.h"
 #include "ondrel/core/FileSpec.h"
 #include "ondrel/core/Volumes.h"
@@ -283,6 +284,21 @@ void FollowLinksAlone(const SourceFiles& originals, const fs::path& before, cons
     }
 }
 
+// --- Lost and found -----------------------------------------------------------------------------
+
+void LoseFile(const fs::path& home, const fs::path& original) {
+    Title("A linked file is lost, and found again");
+    const LostFileReport report = LoseAndFind(home, original);
+    if (!report.message.empty()) std::printf("  %s\n", report.message.c_str());
+    std::printf("  linked:   %s\n", report.linked.c_str());
+    std::printf("  moved to: %s, its accent stored apart\n", report.hidden.c_str());
+    Check(report.wasLost, "the link leads nowhere then");
+    Check(report.wasFound, "found below the link's folder");
+    Check(report.holds, "repaired: " + report.repaired + ", same content");
+    Check(report.onVolume.size() == 1,
+          "the search of the whole volume finds " + std::to_string(report.onVolume.size()));
+}
+
 // --- What goes wrong ----------------------------------------------------------------------------
 
 // Opens what cannot be opened; answers the library's message.
@@ -397,6 +413,7 @@ void Run(const fs::path& folder, bool keep) {
           "copied; the type codes came along");
     FollowLinks(document, originals, before, after);
     FollowLinksAlone(originals, before, after);
+    LoseFile(scratch.Path() / "Lost", originals.text);
     MeetTrouble(after, stretches);
 }
 
