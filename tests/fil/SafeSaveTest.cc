@@ -2,6 +2,7 @@
 #include "ondrel/fil/safesave.h"
 
 #include <stdlib.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -161,6 +162,29 @@ TEST_F(SafeSaveTest, OverLongNamesFailWithTheirCode) {
     EXPECT_EQ(filsavtem(&f, nullptr, &folder, 0, std::string(300, 'n').c_str()), -1);
     EXPECT_EQ(f.sys->error, -37);
     EXPECT_EQ(filclo(&f), 0);
+}
+
+TEST_F(SafeSaveTest, AFullFileSystemOfTheTemporaryLeavesTheDocumentAlone) {
+    const std::string folder = scratch_.MakeFolder("small");
+    if (mount("none", folder.c_str(), "tmpfs", 0, "size=64k") != 0)
+        GTEST_SKIP() << "a small file system cannot be mounted here";
+    setenv("TMPDIR", folder.c_str(), 1);
+    scratch_.Write("doc", "old");
+    const std::string block(16384, 'b');
+    {
+        fil f;
+        EXPECT_EQ(filsavtem(&f, nullptr, nullptr, 0, nullptr), 0);
+        int written = 0;
+        for (int i = 0; i < 10 && written == 0; ++i)
+            written = filwri(&f, AsBytes(block), 16384);
+        EXPECT_EQ(written, -1);
+        EXPECT_EQ(f.sys->error, -34);
+        EXPECT_TRUE(GetFileErrorMessage(&f).starts_with("Disk full error (#-34) while writing"));
+        EXPECT_EQ(filflu(&f), -1);
+        EXPECT_EQ(filclo(&f), 0);
+    }
+    EXPECT_EQ(umount2(folder.c_str(), MNT_DETACH), 0);
+    EXPECT_EQ(Contents("doc"), "old");
 }
 
 // --- Flush --------------------------------------------------------------------------------------
