@@ -133,7 +133,8 @@ class Encoder {
     Codes Result() const { return Codes(area_, buffer_.position); }
 
  private:
-    static constexpr unsigned long kAreaSize = (kRowBytes + kRowBytes / 100) * kHeight;
+    static constexpr unsigned long kAreaSize =
+        static_cast<unsigned long>(kRowBytes + kRowBytes / 100) * kHeight;
 
     unsigned char* area_;  // the buffer's
     Ondrel::PackBitsBuff buffer_;
@@ -300,7 +301,7 @@ void WritePreview(benchmark::State& state) {
     const fs::path document = folder / "document";
     std::ofstream(document).close();
     const Ondrel::FileSpec file(Ondrel::UTF8ToUni16String(document.string()));
-    for (auto _ : state)
+    while (state.KeepRunning())
         Ondrel::filpictpreview(file, map.get(), 72, nullptr);
     if (fs::file_size(folder / "._document") < kWidth * kHeight / 2)
         state.SkipWithError("wrote no preview");
@@ -308,6 +309,7 @@ void WritePreview(benchmark::State& state) {
 
 bool RunProgram(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
