@@ -72,6 +72,7 @@ ResourceFork::ResourceFork(const Uni16String& path) : path_(path) {
     Write(zero, sizeof zero);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a duplicate ends the program, as the header says
 ResourceFork::~ResourceFork() {
     if (forkRef_ == 0) return;
     if (open_) CloseResource();

@@ -46,7 +46,7 @@ class ONDREL_EXPORT ResourceFork {
 
     // Closes a resource that is still open, writes map and header and closes the fork. A duplicate
     // that comes to light here ends the program.
-    ~ResourceFork();
+    ~ResourceFork();  // NOLINT(bugprone-exception-escape): meant
     ResourceFork(const ResourceFork&) = delete;
     ResourceFork& operator=(const ResourceFork&) = delete;
 

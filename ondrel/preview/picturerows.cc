@@ -134,9 +134,10 @@ class NarrowRows {
     std::int64_t Most() const { return std::int64_t{Height()} * kPixelBytes * rows_.width; }
 
     int Pack(int y) {
-        const unsigned char* const source = rows_.Row(y);
-        for (int x = 0; x < rows_.width; ++x)
-            std::memcpy(&row_[static_cast<std::size_t>(kPixelBytes * x + 1)], source + 3 * x, 3);
+        const unsigned char* from = rows_.Row(y);
+        unsigned char* to = row_.data();
+        for (int x = 0; x < rows_.width; ++x, from += 3, to += kPixelBytes)
+            std::memcpy(to + 1, from, 3);
         return kPixelBytes * rows_.width;
     }
     const unsigned char* Bytes() const { return row_.data(); }
