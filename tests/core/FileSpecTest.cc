@@ -121,6 +121,7 @@ TEST(FileSpecMaking, ACopyCarriesNothingButItsPath) {
     const FSRef* ref = original;
     ASSERT_NE(ref, nullptr);
     std::filesystem::remove(scratch.Path("a"));
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is what is tested
     const FileSpec copy(original);
     EXPECT_EQ(static_cast<const FSRef*>(copy), nullptr);
 }

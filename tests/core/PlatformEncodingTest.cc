@@ -157,6 +157,7 @@ TEST(PlatformEncoding, ThreadsConvertAtOnce) {
     const LocaleScope locale("en_US", "ISO-8859-1");
     if (!locale.IsSet()) GTEST_SKIP() << "no locale in ISO-8859-1 can be made here";
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
             for (int round = 0; round < 500; ++round)
