@@ -139,7 +139,7 @@ std::string Encode(std::vector<unsigned short> units, std::size_t capacity) {
     units.push_back(0);
     const std::unique_ptr<char[]> buffer(new char[capacity]);
     const int result = Uni16CharToUTF8(units.data(), buffer.get(), capacity);
-    const std::string text(buffer.get());
+    std::string text(buffer.get());
     EXPECT_EQ(static_cast<std::size_t>(result), text.size());
     return text;
 }
