@@ -126,7 +126,9 @@ class ModelTest : public StreamTest {
     void ReadStep(fil* f, const std::string& bytes, int* position) {
         const int left = static_cast<int>(bytes.size()) - *position;
         const auto at = [&](int i) {
-            return static_cast<unsigned char>(bytes[static_cast<std::size_t>(*position + i)]);
+            const std::size_t place =
+                static_cast<std::size_t>(*position) + static_cast<std::size_t>(i);
+            return static_cast<unsigned char>(bytes[place]);
         };
         switch (Random(7)) {
             case 0:
