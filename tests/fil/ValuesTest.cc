@@ -49,7 +49,7 @@ TEST_F(ValuesTest, ValuesThatStraddleTheBuffersAreWrittenAndReadAtEveryOffset) {
                 fil f;
                 Create(&f, "a");
                 ASSERT_EQ(filwri(&f, AsBytes(expected), whole + before), 0);
-                const int value = 0x81B2C3D4;
+                const int value = static_cast<int>(0x81B2C3D4U);
                 if (width == 1) {
                     EXPECT_EQ(filwri8(&f, value), 0);
                 }
