@@ -17,20 +17,6 @@ constexpr std::size_t kPiece = std::size_t{256} * 1024;
 constexpr std::string_view kLists = "system.posix_acl_";
 constexpr std::string_view kUsersOwn = "user.";
 
-OSErr WritePiece(const Descriptor& to, const char* bytes, std::size_t size, off_t offset) {
-    std::size_t done = 0;
-    while (done < size) {
-        const auto put = Retry([&] {
-            return syscalls.pwrite(to.Get(), bytes + done, size - done,
-                                   offset + static_cast<off_t>(done));
-        });
-        if (put == -1) return LastHostError();
-        if (put == 0) return ioErr;
-        done += static_cast<std::size_t>(put);
-    }
-    return noErr;
-}
-
 OSErr CopyBytes(const Descriptor& from, const Descriptor& to) {
     const std::unique_ptr<char[]> piece(new (std::nothrow) char[kPiece]);
     if (piece == nullptr) return memFullErr;
@@ -39,7 +25,7 @@ OSErr CopyBytes(const Descriptor& from, const Descriptor& to) {
             Retry([&] { return syscalls.pread(from.Get(), piece.get(), kPiece, offset); });
         if (got == -1) return LastHostError();
         if (got == 0) return noErr;
-        const OSErr error = WritePiece(to, piece.get(), static_cast<std::size_t>(got), offset);
+        const OSErr error = WriteAll(to, {piece.get(), static_cast<std::size_t>(got)}, offset);
         if (error != noErr) return error;
         offset += got;
     }

@@ -4,6 +4,7 @@
 #define ONDREL_PLATFORM_HOSTCALLS_H
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 #include "ondrel/platform/Errors.h"
@@ -67,6 +68,19 @@ class Descriptor {
 inline Descriptor OpenPath(const char* path, int flags, mode_t mode = 0) {
     return Descriptor(
         Retry([&] { return syscalls.openat(AT_FDCWD, path, flags | O_CLOEXEC, mode); }));
+}
+
+// Writes all the bytes at a position of the file; a short transfer is continued.
+inline OSErr WriteAll(const Descriptor& file, std::string_view bytes, off_t offset) {
+    while (!bytes.empty()) {
+        const auto put =
+            Retry([&] { return syscalls.pwrite(file.Get(), bytes.data(), bytes.size(), offset); });
+        if (put == -1) return LastHostError();
+        if (put == 0) return ioErr;
+        bytes.remove_prefix(static_cast<std::size_t>(put));
+        offset += put;
+    }
+    return noErr;
 }
 
 }  // namespace Ondrel::Host

@@ -134,24 +134,10 @@ OSErr Unlink(const std::string& path) {
     return CodeOf(Retry([&] { return syscalls.unlinkat(AT_FDCWD, path.c_str(), 0); }));
 }
 
-OSErr WriteAll(const Descriptor& file, std::string_view bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const auto put = Retry([&] {
-            return syscalls.pwrite(file.Get(), bytes.data() + done, bytes.size() - done,
-                                   static_cast<off_t>(done));
-        });
-        if (put == -1) return LastHostError();
-        if (put == 0) return ioErr;
-        done += static_cast<std::size_t>(put);
-    }
-    return noErr;
-}
-
 // Fills a new file and brings it to the disk. It is closed afterwards, whatever the result.
 OSErr Fill(Descriptor file, std::string_view bytes, const SidecarPermission& permission) {
     OSErr error = permission.Apply(file);
-    if (error == noErr) error = WriteAll(file, bytes);
+    if (error == noErr) error = WriteAll(file, bytes, 0);
     if (error == noErr) error = CodeOf(Retry([&] { return syscalls.fdatasync(file.Get()); }));
     const OSErr closed = file.Close();
     return error != noErr ? error : closed;
