@@ -1,8 +1,8 @@
 // Puts a preview together: the picture, the pointer to it, the icon.
 #include "ondrel/preview/pictpreview.h"
 
-#include "ondrel/platform/ResourceManager.h"
 #include "ondrel/platform/Types.h"
+#include "ondrel/preview/currentfile.h"
 #include "ondrel/preview/customicon.h"
 #include "ondrel/preview/picturerows.h"
 
@@ -17,18 +17,6 @@ constexpr FourCC kTypePreview = MakeFourCC("pnot");
 constexpr int kPictureId = 256;
 constexpr int kPreviewId = 0;
 constexpr const char* kName = "Preview";
-
-// Writing a fork makes it the current resource file; this brings the one before back.
-class KeepCurrentResourceFile {
- public:
-    KeepCurrentResourceFile() : current_(CurResFile()) {}
-    ~KeepCurrentResourceFile() { UseResFile(current_); }
-    KeepCurrentResourceFile(const KeepCurrentResourceFile&) = delete;
-    KeepCurrentResourceFile& operator=(const KeepCurrentResourceFile&) = delete;
-
- private:
-    short current_;
-};
 
 void WritePicture(ResourceFork* fork, const drapix& image, int resolution, const draenv* mask) {
     PICTResource picture(fork);
