@@ -1,0 +1,40 @@
+// The table of commands.
+#include "tools/ondrel/Commands.h"
+
+#include "tools/ondrel/StandardOutput.h"
+
+namespace OndrelTool {
+namespace {
+
+struct Row {
+    const char* word;
+    const char* summary;
+    Command::Describe describe;
+};
+
+constexpr Row kCommands[] = {
+    {"info", "Tells what a file holds: forks, codes, resources, preview, paths.", DescribeInfo},
+};
+
+}  // namespace
+
+Command AllCommands() {
+    Command program("ondrel",
+                    "Looks at, and works on, documents with codes, resource forks, "
+                    "previews and links.");
+    for (const Row& row : kCommands)
+        program.Subcommand(row.word, row.summary, row.describe);
+    static bool version = false;
+    program.Flag("--version", &version, "print the version");
+    program.Run([] {
+        if (!version) FailUsage("a command is missing (see ondrel --help)");
+        PrintLine("ondrel " ONDREL_VERSION);
+        return Status::kDone;
+    });
+    program.Notes(
+        "ondrel COMMAND --help tells more of each. Exit codes: 0 done, 1 not found or nothing to "
+        "do,\n2 wrong usage, 3 failed. An interrupt leaves nothing half done.");
+    return program;
+}
+
+}  // namespace OndrelTool
