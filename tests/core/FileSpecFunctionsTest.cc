@@ -366,7 +366,7 @@ TEST(FailuresOfTheHost, LeaveARenameDoneOrUndone) {
             },
             [](const Scratch& scratch, OSErr code, bool) {
                 const std::string name = code == noErr ? "b" : "a";
-                EXPECT_EQ(Listing(scratch.Path()), "._" + name + " " + name);
+                EXPECT_EQ(Listing(scratch.Path()), code == noErr ? "._b b" : "._a a");
                 EXPECT_EQ(ReadAll(scratch.Path(name)), "bytes");
                 EXPECT_EQ(Testing::Hex(ReadAll(scratch.Path("._" + name))), kSidecar);
             });
