@@ -30,6 +30,7 @@
 #include <utility>
 #include <vector>
 
+#include "ondrel/platform/FileCodes.h"
 #include "ondrel/platform/Types.h"
 
 namespace Ondrel {
@@ -52,9 +53,6 @@ struct FinderInfo {
     void SetFlags(std::uint16_t flags);
     bool IsEmpty() const;  // all bytes 0
 };
-
-inline constexpr std::uint16_t kFinderFlagIsAlias = 0x8000;
-inline constexpr std::uint16_t kFinderFlagHasCustomIcon = 0x0400;
 
 // One entry of the table: where the bytes of one kind lie. An empty one may have any offset.
 struct AppleDoubleEntry {

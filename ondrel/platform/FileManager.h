@@ -96,6 +96,13 @@ ONDREL_EXPORT OSErr FSCloseFork(short forkRefNum);
 
 ONDREL_EXPORT OSErr FSGetForkSize(short forkRefNum, std::int64_t* size);
 
+// Makes the fork end at a position: what lies behind it is cut off, and what is missing up to it
+// becomes zeros. A resource fork is stored so when it is closed. posErr: a position before the
+// start. permErr: not open for writing. dskFulErr, also for a resource fork as in FSWriteFork;
+// otherwise the host's failure. After a failure of a data fork the size is as it was.
+ONDREL_EXPORT OSErr FSSetForkSize(short forkRefNum, unsigned short positionMode,
+                                  std::int64_t positionOffset);
+
 // The fork's own position, which fsAtMark and fsFromMark count from. A transfer that has finished
 // leaves it behind the last byte that it moved. posErr: a position before the start; the position
 // stays. A position behind the end is allowed.

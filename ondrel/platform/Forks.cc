@@ -205,6 +205,22 @@ OSErr FSGetForkSize(short forkRefNum, std::int64_t* size) {
     return size == nullptr ? paramErr : Host::SizeOfFork(*fork, size);
 }
 
+OSErr FSSetForkSize(short forkRefNum, unsigned short positionMode, std::int64_t positionOffset) {
+    Host::Fork* const fork = Host::FindFork(forkRefNum);
+    if (fork == nullptr) return rfNumErr;
+    if (!fork->facts.mayWrite) return permErr;
+    std::int64_t size = 0;
+    if (const OSErr code = Host::ForkPosition(*fork, positionMode, positionOffset, &size);
+        code != noErr)
+        return code;
+    if (fork->content != nullptr) return fork->content->Resize(size);
+    Host::FinishReads(forkRefNum);
+    const OSErr code =
+        Host::CodeOf(Host::Retry([&] { return syscalls.ftruncate(fork->Fd(), size); }));
+    if (code == noErr) fork->unflushed = true;
+    return code;
+}
+
 OSErr FSSetForkPosition(short forkRefNum, unsigned short positionMode,
                         std::int64_t positionOffset) {
     Host::Fork* const fork = Host::FindFork(forkRefNum);

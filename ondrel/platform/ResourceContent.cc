@@ -66,6 +66,20 @@ OSErr ResourceContent::Write(std::int64_t start, const void* buffer, std::size_t
     return failure_;
 }
 
+OSErr ResourceContent::Resize(std::int64_t size) {
+    if (failure_ != noErr) return failure_;
+    const auto wanted = static_cast<std::uint64_t>(size);
+    if (wanted == bytes_->size()) return noErr;
+    if (wanted > kMostBytes) return failure_ = dskFulErr;
+    failure_ = OrMemFull([&] {
+        MakeOwn();
+        bytes_->resize(wanted);
+        changed_ = true;
+        return noErr;
+    });
+    return failure_;
+}
+
 void ResourceContent::Replace(std::string bytes, std::uint16_t finderFlags) {
     bytes_ = std::make_shared<std::string>(std::move(bytes));
     finderFlags_ = finderFlags;

@@ -37,6 +37,9 @@ class ResourceContent {
     // every later write gives the code. dskFulErr, memFullErr.
     OSErr Write(std::int64_t start, const void* buffer, std::size_t size);
 
+    // Cuts the bytes off there, or adds zeros up to there. Fails as Write does.
+    OSErr Resize(std::int64_t size);
+
     // Other bytes for the whole fork, and flags to be set in the Finder Info with them.
     void Replace(std::string bytes, std::uint16_t finderFlags);
 

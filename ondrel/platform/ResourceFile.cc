@@ -36,6 +36,20 @@ bool IsCompressed(const Resource& resource, std::string_view data) {
            Get32(data, 0) == kCompressedMark;
 }
 
+ResourceInfo Describe(const ResourceMap& map, const Resource& resource) {
+    std::string_view data;
+    ResourceInfo info;
+    info.type = resource.type;
+    info.id = resource.id;
+    info.attributes = resource.attributes;
+    info.hasName = resource.hasName;
+    info.name = resource.name;
+    info.isDamaged = map.Data(resource, &data) != noErr;
+    info.isCompressed = IsCompressed(resource, data);
+    info.size = static_cast<std::uint32_t>(data.size());
+    return info;
+}
+
 Block* Copy(std::string_view data) {
     char* const bytes = new (std::nothrow) char[data.size()];
     Block* const block =
@@ -87,22 +101,11 @@ OSErr ResourceFile::Get(FourCC type, short id, Handle* resource) {
     return noErr;
 }
 
-std::vector<ResourceInfo> ResourceFile::List() const {
+std::vector<ResourceInfo> ResourceFile::List(const ResourceMap& map) {
     std::vector<ResourceInfo> list;
-    list.reserve(map_.Resources().size());
-    for (const Resource& resource : map_.Resources()) {
-        std::string_view data;
-        ResourceInfo info;
-        info.type = resource.type;
-        info.id = resource.id;
-        info.attributes = resource.attributes;
-        info.hasName = resource.hasName;
-        info.name = resource.name;
-        info.isDamaged = map_.Data(resource, &data) != noErr;
-        info.isCompressed = IsCompressed(resource, data);
-        info.size = static_cast<std::uint32_t>(data.size());
-        list.push_back(std::move(info));
-    }
+    list.reserve(map.Resources().size());
+    for (const Resource& resource : map.Resources())
+        list.push_back(Describe(map, resource));
     return list;
 }
 

@@ -28,7 +28,10 @@ class ResourceFile {
 
     // See Get1Resource and ListResources, whose codes these are.
     OSErr Get(FourCC type, short id, Handle* resource);
-    std::vector<ResourceInfo> List() const;
+    std::vector<ResourceInfo> List() const { return List(map_); }
+
+    // The list of any map's resources.
+    static std::vector<ResourceInfo> List(const ResourceMap& map);
 
     // Takes the handle out of the file that owns it. False: none does.
     static bool Detach(Handle handle);

@@ -122,4 +122,16 @@ OSErr ListResources(short refNum, std::vector<ResourceInfo>* resources) {
     return Latch(noErr);
 }
 
+OSErr ListForkResources(std::string_view fork, std::vector<ResourceInfo>* resources) {
+    if (resources == nullptr) return paramErr;
+    try {
+        ResourceMap map;
+        if (const OSErr error = map.Read(fork); error != noErr) return error;
+        *resources = Host::ResourceFile::List(map);
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
+    return noErr;
+}
+
 }  // namespace Ondrel

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ondrel/platform/Errors.h"
@@ -70,6 +71,10 @@ struct ResourceInfo {
 // The resources of an open resource file in the order of its map, the types together.
 // resFNotFound: no resource file has that number.
 ONDREL_EXPORT OSErr ListResources(short refNum, std::vector<ResourceInfo>* resources);
+
+// The same of a resource fork in memory. resFNotFound: it is empty. mapReadErr: it is none, or its
+// map is damaged. ResError does not tell of this call, which has nothing to do with open files.
+ONDREL_EXPORT OSErr ListForkResources(std::string_view fork, std::vector<ResourceInfo>* resources);
 
 }  // namespace Ondrel
 

@@ -446,5 +446,31 @@ TEST(FileForks, EachSystemCallOfOpeningAndClosingCanFailOnceAndNothingLeaks) {
     EXPECT_EQ(ReadAll(path), "hello");
 }
 
+TEST(Forks, ADataForkIsCutAndMadeLonger) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "0123456789");
+    const OpenedFork fork(path, fsRdWrPerm);
+    EXPECT_EQ(FSSetForkSize(fork, fsFromStart, 4), noErr);
+    EXPECT_EQ(ReadAll(path), "0123");
+    EXPECT_EQ(FSSetForkSize(fork, fsFromLEOF, 2), noErr);
+    EXPECT_EQ(ReadAll(path), std::string("0123\0\0", 6));
+    EXPECT_EQ(FSSetForkSize(fork, fsFromStart, -1), posErr);
+    EXPECT_EQ(FSSetForkSize(fork, 9, 0), paramErr);
+    const FaultPlan plan(1, ENOSPC, "ftruncate");
+    EXPECT_EQ(FSSetForkSize(fork, fsFromStart, 1), dskFulErr);
+    EXPECT_EQ(ReadAll(path).size(), 6U);
+}
+
+TEST(Forks, OnlyAWriterSetsTheSize) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "0123456789");
+    OpenedFork fork(path, fsRdPerm);
+    EXPECT_EQ(FSSetForkSize(fork, fsFromStart, 4), permErr);
+    const short number = fork;
+    EXPECT_EQ(fork.Close(), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, 4), rfNumErr);
+    EXPECT_EQ(ReadAll(path), "0123456789");
+}
+
 }  // namespace
 }  // namespace Ondrel::Testing

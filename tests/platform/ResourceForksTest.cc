@@ -424,5 +424,47 @@ TEST(ResourceForks, ShortWritesAreContinued) {
     EXPECT_EQ(ForkOf(path), "a fork that takes several writes");
 }
 
+TEST(ResourceForks, AForkIsCutAndMadeLongerAndStoredSoWhenItIsClosed) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "data");
+    scratch.Write("._a", SidecarWith("TEXTttxt", "0123456789"));
+    short number = 0;
+    ASSERT_EQ(OpenResourceFork(path, fsRdWrPerm, &number), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, 4), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromLEOF, 2), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, -1), posErr);
+    EXPECT_EQ(ForkOf(path), "0123456789");
+    EXPECT_EQ(FSCloseFork(number), noErr);
+    EXPECT_EQ(ReadAll(scratch.Path("._a")), SidecarWith("TEXTttxt", std::string("0123\0\0", 6)));
+}
+
+TEST(ResourceForks, AForkCutToNothingIsGone) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "data");
+    scratch.Write("._a", SidecarWith("", "0123456789"));
+    short number = 0;
+    ASSERT_EQ(OpenResourceFork(path, fsRdWrPerm, &number), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, 0), noErr);
+    EXPECT_EQ(FSCloseFork(number), noErr);
+    EXPECT_FALSE(Exists(scratch.Path("._a")));
+    EXPECT_EQ(ReadAll(path), "data");
+}
+
+TEST(ResourceForks, TheSizeOfAForkIsForWritersAndBelowTheLimit) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "data");
+    scratch.Write("._a", SidecarWith("", "0123456789"));
+    short number = 0;
+    ASSERT_EQ(OpenResourceFork(path, fsRdPerm, &number), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, 4), permErr);
+    EXPECT_EQ(FSCloseFork(number), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, 4), rfNumErr);
+    ASSERT_EQ(OpenResourceFork(path, fsRdWrPerm, &number), noErr);
+    EXPECT_EQ(FSSetForkSize(number, fsFromStart, std::int64_t{1} << 31), dskFulErr);
+    EXPECT_EQ(Write(number, 0, "x"), dskFulErr);
+    EXPECT_EQ(FSCloseFork(number), dskFulErr);
+    EXPECT_EQ(ForkOf(path), "0123456789");
+}
+
 }  // namespace
 }  // namespace Ondrel

@@ -362,5 +362,37 @@ TEST(ResourceLists, OnlyAResourceFileIsListed) {
     EXPECT_TRUE(list.empty());
 }
 
+TEST(ResourceManager, AForkInMemoryIsListedAsAFileIs) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "");
+    scratch.Write("._a", SidecarWith("", SmallFork()));
+    short number = 0;
+    ASSERT_EQ(OpenResourceFile(path, fsRdPerm, &number), noErr);
+    std::vector<ResourceInfo> ofFile;
+    ASSERT_EQ(ListResources(number, &ofFile), noErr);
+    CloseResFile(number);
+    std::vector<ResourceInfo> ofBytes;
+    ASSERT_EQ(ListForkResources(SmallFork(), &ofBytes), noErr);
+    ASSERT_EQ(ofBytes.size(), 3U);
+    ASSERT_EQ(ofFile.size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(ofBytes[i].type, ofFile[i].type);
+        EXPECT_EQ(ofBytes[i].id, ofFile[i].id);
+        EXPECT_EQ(ofBytes[i].name, ofFile[i].name);
+        EXPECT_EQ(ofBytes[i].size, ofFile[i].size);
+    }
+    EXPECT_EQ(ofBytes[0].name, "One");
+    EXPECT_EQ(ofBytes[1].id, -5);
+}
+
+TEST(ResourceManager, BytesThatAreNoForkAreNotListed) {
+    std::vector<ResourceInfo> list(1);
+    EXPECT_EQ(ListForkResources("", &list), resFNotFound);
+    EXPECT_EQ(ListForkResources("random bytes that are no fork", &list), mapReadErr);
+    EXPECT_EQ(ListForkResources(SmallFork().substr(0, 300), &list), mapReadErr);
+    EXPECT_EQ(ListForkResources(SmallFork(), nullptr), paramErr);
+    EXPECT_EQ(list.size(), 1U);
+}
+
 }  // namespace
 }  // namespace Ondrel

@@ -21,8 +21,9 @@ std::string buffered;
 [[noreturn]] void FailOutput() {
     const int error = errno;
     buffered.clear();
-    Fail("standard output",
-         error == EPIPE ? "its reader has gone" : Explain(Ondrel::ErrorFromErrno(error)));
+    if (error == EPIPE) Fail("standard output", "its reader has gone");
+    if (error == EBADF) Fail("standard output", "is closed");
+    Fail("standard output", Explain(Ondrel::ErrorFromErrno(error)));
 }
 
 }  // namespace
