@@ -1,0 +1,173 @@
+// One table of families, and the widths of the two most common ones.
+#include "ondrel/platform/quickdraw/Families.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace Ondrel::QuickDraw {
+namespace {
+
+constexpr std::uint16_t kHelveticaWidths[95] = {
+    278, 278, 355, 556, 556,  889, 667, 191, 333, 333, 389, 584, 278, 333,  //  !"#$%&'()*+,-
+    278, 278, 556, 556, 556,  556, 556, 556, 556, 556, 556, 556, 278, 278,  // ./0123456789:;
+    584, 584, 584, 556, 1015, 667, 667, 722, 722, 667, 611, 778, 722, 278,  // <=>?@ABCDEFGHI
+    500, 667, 556, 833, 722,  778, 667, 778, 722, 667, 611, 722, 667, 944,  // JKLMNOPQRSTUVW
+    667, 667, 611, 278, 278,  278, 469, 556, 333, 556, 556, 500, 556, 556,  // XYZ[\]^_`abcde
+    278, 556, 556, 222, 222,  500, 222, 833, 556, 556, 556, 556, 333, 500,  // fghijklmnopqrs
+    278, 556, 500, 722, 500,  500, 500, 334, 260, 334, 584};                // tuvwxyz{|}~
+
+constexpr std::uint16_t kTimesWidths[95] = {
+    250, 333, 408, 500, 500, 833, 778, 180, 333, 333, 500, 564, 250, 333,  //  !"#$%&'()*+,-
+    250, 278, 500, 500, 500, 500, 500, 500, 500, 500, 500, 500, 278, 278,  // ./0123456789:;
+    564, 564, 564, 444, 921, 722, 667, 667, 722, 611, 556, 722, 722, 333,  // <=>?@ABCDEFGHI
+    389, 722, 611, 889, 722, 722, 556, 722, 667, 556, 611, 722, 722, 944,  // JKLMNOPQRSTUVW
+    722, 722, 611, 333, 278, 333, 469, 500, 333, 444, 500, 444, 500, 444,  // XYZ[\]^_`abcde
+    333, 500, 500, 278, 278, 500, 278, 778, 500, 500, 500, 500, 333, 389,  // fghijklmnopqrs
+    278, 500, 500, 722, 500, 500, 444, 480, 200, 480, 541};                // tuvwxyz{|}~
+
+constexpr int kCourierWidth = 600;
+constexpr int kMonacoWidth = 615;  // six pixels in its smallest size, seven in the next
+
+enum class Widths { kOwn, kHelvetica, kTimes, kCourier, kMonaco };
+
+struct KnownFamily {
+    int number;
+    std::string_view name;
+    std::string_view standIns;  // between commas, after the name itself
+    Widths widths = Widths::kOwn;
+    bool isHeavy = false;
+    CharacterSet characters = CharacterSet::kMacRoman;
+};
+
+constexpr std::string_view kSans = "Verdana,DejaVu Sans,sans-serif";
+constexpr std::string_view kSerif = "DejaVu Serif,Georgia,serif";
+constexpr std::string_view kScript = "URW Chancery L,Z003,cursive";
+
+constexpr KnownFamily kFamilies[] = {
+    {0, "Chicago", "Charcoal,DejaVu Sans,sans-serif", Widths::kOwn, true},
+    {1, "Geneva", kSans},
+    {2, "New York", kSerif},
+    {3, "Geneva", kSans},
+    {4, "Monaco", "DejaVu Sans Mono,monospace", Widths::kMonaco},
+    {5, "Venice", kScript},
+    {6, "London", "Old London,UnifrakturMaguntia,DejaVu Serif,serif"},
+    {7, "Athens", "Roboto Slab,DejaVu Serif,serif", Widths::kOwn, true},
+    {8, "San Francisco", kSans},
+    {9, "Toronto", kSerif},
+    {11, "Cairo", kSans},
+    {12, "Los Angeles", kScript},
+    {13, "Zapf Dingbats", "D050000L,Dingbats,DejaVu Sans", Widths::kOwn, false,
+     CharacterSet::kDingbats},
+    {14, "Bookman", "Bookman URW,URW Bookman,Bookman Old Style,serif"},
+    {15, "Helvetica Narrow", "Nimbus Sans Narrow,Liberation Sans Narrow,sans-serif"},
+    {16, "Palatino", "P052,Palladio URW,TeX Gyre Pagella,serif"},
+    {18, "Zapf Chancery", "Z003,URW Chancery L,cursive"},
+    {20, "Times", "Nimbus Roman,Liberation Serif,Times New Roman,serif", Widths::kTimes},
+    {21, "Helvetica", "Nimbus Sans,Liberation Sans,Arial,sans-serif", Widths::kHelvetica},
+    {22, "Courier", "Nimbus Mono PS,Liberation Mono,Courier New,monospace", Widths::kCourier},
+    {23, "Symbol", "Standard Symbols PS,DejaVu Sans,sans-serif", Widths::kOwn, false,
+     CharacterSet::kSymbol},
+    {24, "Mobile", "DejaVu Sans,sans-serif"},
+    {33, "Avant Garde", "URW Gothic,TeX Gyre Adventor,sans-serif"},
+    {34, "New Century Schlbk", "C059,Century Schoolbook,TeX Gyre Schola,serif"},
+    // Families that have no number of their own but are often named.
+    {-1, "Palatino Linotype", "P052,TeX Gyre Pagella,serif"},
+    {-1, "Arial", "Liberation Sans,sans-serif", Widths::kHelvetica},
+    {-1, "Times New Roman", "Liberation Serif,serif", Widths::kTimes},
+    {-1, "Courier New", "Liberation Mono,monospace", Widths::kCourier},
+    {-1, "Charcoal", "DejaVu Sans,sans-serif", Widths::kOwn, true},
+};
+constexpr int kApplicationFamily = 1;
+
+FamilyWidths WidthsOf(Widths kind) {
+    switch (kind) {
+        case Widths::kHelvetica:
+            return {kHelveticaWidths, 0};
+        case Widths::kTimes:
+            return {kTimesWidths, 0};
+        case Widths::kCourier:
+            return {nullptr, kCourierWidth};
+        case Widths::kMonaco:
+            return {nullptr, kMonacoWidth};
+        default:
+            return {};
+    }
+}
+
+void AppendNames(std::string_view list, std::vector<std::string>* names) {
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(','), list.size());
+        names->emplace_back(list.substr(0, end));
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+}
+
+FamilyChoice ChoiceOf(const KnownFamily& family) {
+    FamilyChoice choice;
+    choice.names.emplace_back(family.name);
+    AppendNames(family.standIns, &choice.names);
+    choice.isHeavy = family.isHeavy;
+    choice.widths = WidthsOf(family.widths);
+    choice.characters = family.characters;
+    return choice;
+}
+
+char LowerCase(char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                                : character;
+}
+
+bool IsSameName(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return LowerCase(x) == LowerCase(y); });
+}
+
+void AppendUtf8(char32_t character, std::string* text) {
+    const auto append = [&](char32_t byte) { text->push_back(static_cast<char>(byte)); };
+    if (character < 0x80) {
+        append(character);
+    } else if (character < 0x800) {
+        append(0xC0 | character >> 6);
+        append(0x80 | (character & 0x3F));
+    } else {
+        append(0xE0 | character >> 12);
+        append(0x80 | (character >> 6 & 0x3F));
+        append(0x80 | (character & 0x3F));
+    }
+}
+
+std::string Utf8Of(std::string_view macRoman) {
+    std::string text;
+    for (const char character : macRoman)
+        if (const char32_t code =
+                UnicodeOf(static_cast<std::uint8_t>(character), CharacterSet::kMacRoman))
+            AppendUtf8(code, &text);
+    return text;
+}
+
+template <class Predicate>
+const KnownFamily* FindFamily(Predicate isIt) {
+    const auto* const found = std::find_if(std::begin(kFamilies), std::end(kFamilies), isIt);
+    return found == std::end(kFamilies) ? nullptr : found;
+}
+
+FamilyChoice ChooseByName(std::string_view name) {
+    const KnownFamily* const known =
+        FindFamily([&](const KnownFamily& family) { return IsSameName(family.name, name); });
+    if (known != nullptr) return ChoiceOf(*known);
+    FamilyChoice choice;
+    choice.names.push_back(Utf8Of(name));
+    return choice;
+}
+
+}  // namespace
+
+FamilyChoice ChooseFamily(int number, const std::map<int, std::string>& fontNames) {
+    if (const auto named = fontNames.find(number); named != fontNames.end())
+        return ChooseByName(named->second);
+    const KnownFamily* const known =
+        FindFamily([&](const KnownFamily& family) { return family.number == number; });
+    return ChoiceOf(known != nullptr ? *known : kFamilies[kApplicationFamily]);
+}
+
+}  // namespace Ondrel::QuickDraw

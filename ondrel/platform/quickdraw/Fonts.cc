@@ -1,0 +1,265 @@
+// The cache of faces and glyphs, and setting a text glyph by glyph. Where no font is installed, or
+// the one found lacks a character, the built-in font stands in.
+#include "ondrel/platform/quickdraw/Fonts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <tuple>
+
+#include "ondrel/platform/quickdraw/BuiltinFont.h"
+#include "ondrel/platform/quickdraw/FontFaces.h"
+
+namespace Ondrel::QuickDraw {
+namespace {
+
+// What making something for the first time costs, as so many pixels touched.
+constexpr std::uint64_t kMatchWork = 1'000'000;
+constexpr std::uint64_t kSizeWork = 50'000;
+constexpr std::uint64_t kGlyphWork = 20'000;
+constexpr std::uint64_t kCachedWork = 100;
+
+constexpr double kFixedOne = 64;  // sizes are in 26.6 pixels
+constexpr double kMostPixelsAnEm = 2048;
+constexpr std::size_t kMostGlyphPixels = std::size_t{1} << 23;
+constexpr std::size_t kMostCachedBytes = std::size_t{1} << 23;
+constexpr std::size_t kMostCachedFaces = 256;
+constexpr double kMostStretch = 1.6;
+constexpr int kThinLines = 24;  // pixels an em for each pixel of an underline's or bold's thickness
+
+struct CachedGlyph {
+    std::optional<double> advance;
+    std::shared_ptr<const Glyph> glyph;
+};
+
+// All of one face in one size. For the built-in font `face` is null.
+struct Strike {
+    FoundFace found;
+    int across = 0;  // 26.6
+    int down = 0;
+    std::map<std::uint32_t, CachedGlyph> glyphs;  // by byte, set and slant
+};
+
+struct Fonts {
+    FontFaces faces;
+    std::map<std::string, FoundFace> found;
+    std::map<std::tuple<const FontFace*, int, int>, Strike> strikes;
+    std::size_t cachedBytes = 0;
+};
+
+std::mutex mutex;
+std::unique_ptr<Fonts>& Shared() {
+    static auto* const shared = new std::unique_ptr<Fonts>;  // outlives every thread
+    if (*shared == nullptr) *shared = std::make_unique<Fonts>();
+    return *shared;
+}
+
+int Fixed(double pixels) {
+    return static_cast<int>(std::lround(std::clamp(pixels, 1.0, kMostPixelsAnEm) * kFixedOne));
+}
+
+int Thickness(double pixels) {
+    return std::max(1, static_cast<int>(std::lround(pixels / kThinLines)));
+}
+
+// --- Faces and sizes ----------------------------------------------------------------------------
+
+bool WantsBold(const FontRequest& request) {
+    return request.isBold || request.family.isHeavy;
+}
+
+FoundFace FaceFor(Fonts* fonts, const FontRequest& request, Canvas* canvas) {
+    std::string key{WantsBold(request) ? 'b' : '-', request.isItalic ? 'i' : '-'};
+    for (const std::string& name : request.family.names)
+        key += name + ',';
+    if (const auto known = fonts->found.find(key); known != fonts->found.end())
+        return known->second;
+    (void)canvas->Spend(kMatchWork);
+    if (fonts->found.size() >= kMostCachedFaces) fonts->found.clear();
+    const FoundFace found =
+        fonts->faces.Find({&request.family.names, WantsBold(request), request.isItalic});
+    return fonts->found[key] = found;
+}
+
+Strike* StrikeOf(Fonts* fonts, const FoundFace& found, double across, double down) {
+    const auto key = std::tuple(found.face, Fixed(across), Fixed(down));
+    const auto [place, isNew] = fonts->strikes.try_emplace(key);
+    if (isNew) {
+        place->second = {found, std::get<1>(key), std::get<2>(key), {}};
+        fonts->cachedBytes += sizeof(Strike);
+    }
+    return &place->second;
+}
+
+// Called between texts, for a text keeps its strikes in hand.
+void DropOldGlyphs(Fonts* fonts) {
+    if (fonts->cachedBytes < kMostCachedBytes) return;
+    fonts->strikes.clear();
+    fonts->cachedBytes = 0;
+}
+
+// By how much wider or narrower the face is to be drawn, for texts of their old length.
+double StretchOf(const FamilyWidths& widths, const FontFace* face) {
+    if (face == nullptr || face->LowercaseWidth() <= 0) return 1;
+    double wanted = widths.fixed;
+    if (widths.ascii != nullptr) {
+        for (char letter = 'a'; letter <= 'z'; ++letter)
+            wanted += widths.ascii[letter - ' '];
+        wanted /= 'z' - 'a' + 1;
+    }
+    if (wanted <= 0) return 1;
+    return std::clamp(wanted / 1000 / face->LowercaseWidth(), 1 / kMostStretch, kMostStretch);
+}
+
+// --- Glyphs -------------------------------------------------------------------------------------
+
+// One text being set.
+struct Setting {
+    const FontRequest* request;
+    Fonts* fonts;
+    Canvas* canvas;
+    Strike* measure;  // in the size of the picture
+    Strike* draw;     // in the size of the canvas
+    bool isSlanted = false;
+};
+
+CachedGlyph* CacheEntry(Strike* strike, const Setting& setting, std::uint8_t byte) {
+    const auto set = static_cast<std::uint32_t>(setting.request->family.characters);
+    const std::uint32_t slant = setting.isSlanted ? 1 : 0;
+    return &strike->glyphs[byte | set << 8 | slant << 16];
+}
+
+// The character in the installed face; 0 where that has none, or cannot have the size.
+char32_t Installed(const Setting& setting, const Strike& strike, std::uint8_t byte) {
+    FontFace* const face = strike.found.face;
+    const char32_t character = UnicodeOf(byte, setting.request->family.characters);
+    if (face == nullptr || !face->Has(character)) return 0;
+    return face->SetSize(strike.across, strike.down) ? character : 0;
+}
+
+char Builtin(const Setting& setting, std::uint8_t byte) {
+    return setting.request->family.characters == CharacterSet::kMacRoman ? AsciiLike(byte) : ' ';
+}
+
+// Kept for the family's characters of known width; the accented letters are as wide as the others.
+std::optional<double> KnownAdvance(const FontRequest& request, std::uint8_t byte) {
+    const FamilyWidths& widths = request.family.widths;
+    if (widths.fixed > 0) return std::round(widths.fixed * request.size / 1000);
+    const char like = AsciiLike(byte);
+    const bool isLetter = (like >= 'A' && like <= 'Z') || (like >= 'a' && like <= 'z');
+    if (widths.ascii == nullptr || (byte >= 0x7F && !isLetter)) return std::nullopt;
+    return std::round(widths.ascii[like - ' '] * request.size / 1000);
+}
+
+double FontAdvance(const Setting& setting, std::uint8_t byte) {
+    CachedGlyph* const cached = CacheEntry(setting.measure, setting, byte);
+    if (!cached->advance) {
+        (void)setting.canvas->Spend(kGlyphWork);
+        if (const char32_t character = Installed(setting, *setting.measure, byte); character != 0)
+            cached->advance = std::round(setting.measure->found.face->Advance(character));
+        else
+            cached->advance =
+                BuiltinAdvance(Builtin(setting, byte)) * BuiltinMultiple(setting.request->size);
+    }
+    return *cached->advance;
+}
+
+double AdvanceOf(const Setting& setting, std::uint8_t byte) {
+    // A text in the built-in font keeps that font's widths: narrower ones would run its letters
+    // into each other.
+    const FoundFace& found = setting.measure->found;
+    const auto known = found.face == nullptr ? std::nullopt : KnownAdvance(*setting.request, byte);
+    const double advance = known ? *known : FontAdvance(setting, byte);
+    const bool lacksBold = !found.isBold || setting.request->family.isHeavy;
+    const bool isWidened = setting.request->isBold && (known || lacksBold);
+    return advance + (isWidened ? 1 : 0);
+}
+
+std::shared_ptr<const Glyph> DrawGlyph(const Setting& setting, std::uint8_t byte) {
+    const Strike& strike = *setting.draw;
+    if (const char32_t character = Installed(setting, strike, byte); character != 0)
+        return std::make_shared<const Glyph>(
+            strike.found.face->Draw(character, setting.isSlanted, kMostGlyphPixels));
+    return std::make_shared<const Glyph>(BuiltinGlyph(Builtin(setting, byte),
+                                                      BuiltinMultiple(strike.across / kFixedOne),
+                                                      BuiltinMultiple(strike.down / kFixedOne)));
+}
+
+// What drawing a glyph of that size costs, hinting and all.
+std::uint64_t WorkOf(const Strike& strike) {
+    const auto area =
+        std::uint64_t{static_cast<unsigned>(strike.across)} * static_cast<unsigned>(strike.down);
+    return kGlyphWork + area / (64 * 64);
+}
+
+std::shared_ptr<const Glyph> GlyphOf(const Setting& setting, std::uint8_t byte) {
+    CachedGlyph* const cached = CacheEntry(setting.draw, setting, byte);
+    if (cached->glyph == nullptr) {
+        (void)setting.canvas->Spend(WorkOf(*setting.draw));
+        cached->glyph = DrawGlyph(setting, byte);
+        setting.fonts->cachedBytes += sizeof(Glyph) + cached->glyph->pixels.size();
+    }
+    return cached->glyph;
+}
+
+// --- Texts --------------------------------------------------------------------------------------
+
+void MeasureLines(const Setting& setting, SetText* text) {
+    const Strike& strike = *setting.draw;
+    FontFace* const face = strike.found.face;
+    const double pixels = strike.down / kFixedOne;
+    const bool isInstalled = face != nullptr && face->SetSize(strike.across, strike.down);
+    const int multiple = BuiltinMultiple(pixels);
+    text->ascent = isInstalled ? face->Ascent() : kBuiltinAscent * multiple;
+    text->descent = isInstalled ? face->Descent() : kBuiltinDescent * multiple;
+    text->lineThickness = Thickness(pixels);
+    // A family that is heavy when it is plain has no bolder face to be drawn in.
+    const FoundFace& found = strike.found;
+    const bool lacksBold =
+        setting.request->isBold && (!found.isBold || setting.request->family.isHeavy);
+    text->boldness = lacksBold ? text->lineThickness : 0;
+    text->isUpright = setting.request->isItalic && face == nullptr;
+}
+
+Setting Prepare(const FontRequest& request, Fonts* fonts, Canvas* canvas) {
+    const FoundFace found = FaceFor(fonts, request, canvas);
+    const double stretch = StretchOf(request.family.widths, found.face);
+    (void)canvas->Spend(kSizeWork);
+    Setting setting{&request, fonts, canvas, nullptr, nullptr, false};
+    setting.measure = StrikeOf(fonts, found, request.size * stretch, request.size);
+    setting.draw = StrikeOf(fonts, found, request.size * stretch * request.across,
+                            request.size * request.down);
+    setting.isSlanted = request.isItalic && !found.isItalic;
+    return setting;
+}
+
+SetText Set(std::string_view text, const Setting& setting) {
+    SetText result;
+    MeasureLines(setting, &result);
+    result.glyphs.reserve(text.size());
+    for (const char character : text) {
+        if (!setting.canvas->Spend(kCachedWork)) break;
+        const auto byte = static_cast<std::uint8_t>(character);
+        const double advance = AdvanceOf(setting, byte);
+        result.glyphs.push_back({advance, GlyphOf(setting, byte)});
+    }
+    return result;
+}
+
+}  // namespace
+
+SetText SetInFont(std::string_view text, const FontRequest& request, Canvas& canvas) {
+    const std::lock_guard lock(mutex);
+    Fonts* const fonts = Shared().get();
+    DropOldGlyphs(fonts);
+    return Set(text, Prepare(request, fonts, &canvas));
+}
+
+void ForgetFonts() {
+    const std::lock_guard lock(mutex);
+    Shared().reset();
+}
+
+}  // namespace Ondrel::QuickDraw
