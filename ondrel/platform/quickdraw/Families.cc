@@ -43,6 +43,8 @@ constexpr std::string_view kSans = "Verdana,DejaVu Sans,sans-serif";
 constexpr std::string_view kSerif = "DejaVu Serif,Georgia,serif";
 constexpr std::string_view kScript = "URW Chancery L,Z003,cursive";
 
+constexpr int kNoNumber = 0x10000;  // family numbers are of 16 bits
+
 constexpr KnownFamily kFamilies[] = {
     {0, "Chicago", "Charcoal,DejaVu Sans,sans-serif", Widths::kOwn, true},
     {1, "Geneva", kSans},
@@ -71,11 +73,11 @@ constexpr KnownFamily kFamilies[] = {
     {33, "Avant Garde", "URW Gothic,TeX Gyre Adventor,sans-serif"},
     {34, "New Century Schlbk", "C059,Century Schoolbook,TeX Gyre Schola,serif"},
     // Families that have no number of their own but are often named.
-    {-1, "Palatino Linotype", "P052,TeX Gyre Pagella,serif"},
-    {-1, "Arial", "Liberation Sans,sans-serif", Widths::kHelvetica},
-    {-1, "Times New Roman", "Liberation Serif,serif", Widths::kTimes},
-    {-1, "Courier New", "Liberation Mono,monospace", Widths::kCourier},
-    {-1, "Charcoal", "DejaVu Sans,sans-serif", Widths::kOwn, true},
+    {kNoNumber, "Palatino Linotype", "P052,TeX Gyre Pagella,serif"},
+    {kNoNumber, "Arial", "Liberation Sans,sans-serif", Widths::kHelvetica},
+    {kNoNumber, "Times New Roman", "Liberation Serif,serif", Widths::kTimes},
+    {kNoNumber, "Courier New", "Liberation Mono,monospace", Widths::kCourier},
+    {kNoNumber, "Charcoal", "DejaVu Sans,sans-serif", Widths::kOwn, true},
 };
 constexpr int kApplicationFamily = 1;
 
