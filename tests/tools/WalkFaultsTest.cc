@@ -54,17 +54,17 @@ TEST(LayoutFaults, TheEndOfABlockIsOne) {
         const char* layout;
         const char* line;
     } kTable[] = {
-        {"00 01 61 62", "block16 { u16 }", "AT 2 block16.u16: its block ends at 3"},
-        {"00 02 61 62 00", "block16 { nul }", "AT 2 block16.nul: its block ends at 4"},
-        {"00 02 61 62 0A", "block16 { line }", "AT 2 block16.line: its block ends at 4"},
-        {"00 02 61 0D 0A", "block16 { crlf }", "AT 2 block16.crlf: its block ends at 4"},
-        {"00 05 00 00 00 02 61 62", "block16 { str }", "AT 2 block16.str: its block ends at 7"},
-        {"00 04 02 00 02 61 00", "block16 { ref }", "AT 2 block16.ref: its block ends at 6"},
-        {"00 01 00 00 01", "block16 { block {} }", "AT 2 block16.block: its block ends at 3"},
+        {"00 01 61 62", "block16 { u16 }", "AT 2 u16: its block ends at 3"},
+        {"00 02 61 62 00", "block16 { nul }", "AT 2 nul: its block ends at 4"},
+        {"00 02 61 62 0A", "block16 { line }", "AT 2 line: its block ends at 4"},
+        {"00 02 61 0D 0A", "block16 { crlf }", "AT 2 crlf: its block ends at 4"},
+        {"00 05 00 00 00 02 61 62", "block16 { str }", "AT 2 str: its block ends at 7"},
+        {"00 04 02 00 02 61 00", "block16 { ref }", "AT 2 ref: its block ends at 6"},
+        {"00 01 00 00 01", "block16 { block {} }", "AT 2 block: its block ends at 3"},
         {"00 02 00 04 01 02 03 04", "block16 { block16 {} }",
-         "AT 2 block16.block16: 4 bytes are missing: its block ends at 4"},
-        {"00 01 61 62", "block16 { bytes 2 }", "AT 2 block16.bytes: its block ends at 3"},
-        {"00 00 61", "block16 { refrel }", "AT 2 block16.refrel: its block ends at 2"},
+         "AT 2 block16: 4 bytes are missing: its block ends at 4"},
+        {"00 01 61 62", "block16 { bytes 2 }", "AT 2 bytes: its block ends at 3"},
+        {"00 00 61", "block16 { refrel }", "AT 2 refrel: its block ends at 2"},
     };
     for (const auto& row : kTable) {
         SCOPED_TRACE(std::string(row.layout) + " on " + row.hex);
@@ -73,13 +73,13 @@ TEST(LayoutFaults, TheEndOfABlockIsOne) {
 }
 
 TEST(LayoutFaults, ABlockThatIsCutIsReadAsFarAsItGoes) {
-    EXPECT_EQ(Walked("00 00 00 09 01 02", "block { u8 u8 u16 }"),
-              (Lines{"0-4 block 00 00 00 09 = 9 ! 7 bytes are missing: the document ends at 6",
-                     "4-5 block.u8 01 = 1", "5-6 block.u8 02 = 2",
-                     "AT 6 block.u16: the document ends at 6" + kEnded}));
+    EXPECT_EQ(
+        Walked("00 00 00 09 01 02", "block { u8 u8 u16 }"),
+        (Lines{"0-4 block 00 00 00 09 = 9 ! 7 bytes are missing: the document ends at 6",
+               "4-5 u8 01 = 1", "5-6 u8 02 = 2", "AT 6 u16: the document ends at 6" + kEnded}));
     EXPECT_EQ(Walked("00 00 00 09 01 02", "block { u8 }"),
               (Lines{"0-4 block 00 00 00 09 = 9 ! 7 bytes are missing: the document ends at 6",
-                     "4-5 block.u8 01 = 1", "5-6 undescribed 02",
+                     "4-5 u8 01 = 1", "5-6 undescribed 02",
                      "AT 0 block: 7 bytes are missing: the document ends at 6" + kEnded}));
     EXPECT_EQ(Walked("7F FF FF FF", "block { }").back(),
               "AT 0 block: 2147483647 bytes are missing: the document ends at 4" + kEnded);
@@ -89,8 +89,7 @@ TEST(LayoutFaults, WhatTheLayoutDemandsIsCompared) {
     EXPECT_EQ(Walked("44 4F 47 31", "\"DOC1\"").back(),
               "AT 2 fixed: the byte is 47 where the layout has 43");
     EXPECT_EQ(Walked("01 02 03", "u8 end").back(), "AT 1 end: 2 bytes are left");
-    EXPECT_EQ(Walked("00 02 01 02", "block16 { u8 end }").back(),
-              "AT 3 block16.end: 1 byte is left");
+    EXPECT_EQ(Walked("00 02 01 02", "block16 { u8 end }").back(), "AT 3 end: 1 byte is left");
 }
 
 TEST(LayoutFaults, NegativeCountsAndLengthsAreRefused) {

@@ -13,7 +13,9 @@ struct Row {
 };
 
 constexpr Row kCommands[] = {
+    {"dump", "Reads a document by its layout and prints every stored value.", DescribeDump},
     {"info", "Tells what a file holds: forks, codes, resources, preview, paths.", DescribeInfo},
+    {"links", "Lists a document's links, and repairs those that lead nowhere.", DescribeLinks},
 };
 
 }  // namespace

@@ -7,7 +7,9 @@
 
 namespace OndrelTool {
 
+void DescribeDump(Command* command);
 void DescribeInfo(Command* command);
+void DescribeLinks(Command* command);
 
 // All of them, as subcommands of the program.
 Command AllCommands();

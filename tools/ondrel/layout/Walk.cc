@@ -37,12 +37,13 @@ class Walk {
     Walk(const Layout& layout, const WalkOptions& options, const Visitor& visitor)
         : layout_(layout), options_(options), visitor_(visitor), slots_(layout.slots) {}
 
-    std::optional<DocumentFault> Run(const FileSpec& document) {
+    std::optional<DocumentFault> Run(const FileSpec& document, FileSpec* file) {
         if (!source_.Open(document)) {
             fault_.what = "it cannot be opened";
             fault_.message = source_.Message();
             return fault_;
         }
+        if (file != nullptr) *file = source_.File();
         if (options_.base != nullptr)
             base_ = *options_.base;
         else
@@ -295,12 +296,19 @@ class Walk {
         if (missing > 0) value.note = BytesAre(missing, "missing: ") + EndOfLimit();
         if (!Finish(&value)) return false;
 
+        // What is in a block without a name goes by its own names alone.
         const int outer = limit_;
         const int begin = value.begin;
+        const std::string path = path_;
+        if (item.name.empty()) {
+            const std::size_t dot = path_.rfind('.');
+            path_.resize(dot == std::string::npos ? 0 : dot);
+        }
         if (missing <= 0) limit_ = value.end + static_cast<int>(value.number);
         ++depth_;
         if (!ReadItems(item.group) || !ReadUndescribed()) return false;
         --depth_;
+        path_ = path;
         limit_ = outer;
         if (missing <= 0) return true;
         at_ = begin;
@@ -420,8 +428,9 @@ class Walk {
 }  // namespace
 
 std::optional<DocumentFault> WalkDocument(const FileSpec& document, const Layout& layout,
-                                          const WalkOptions& options, const Visitor& visitor) {
-    return Walk(layout, options, visitor).Run(document);
+                                          const WalkOptions& options, const Visitor& visitor,
+                                          FileSpec* file) {
+    return Walk(layout, options, visitor).Run(document, file);
 }
 
 }  // namespace OndrelTool

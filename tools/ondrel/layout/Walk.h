@@ -54,9 +54,11 @@ struct WalkOptions {
 using Visitor = std::function<void(const Value&)>;
 
 // Reads a document. Nothing, or the fault at which the reading stopped: what stands in front of it
-// has been handed out.
+// has been handed out. `file` (may be null) becomes the file that was opened: links and aliases
+// lead to their target.
 std::optional<DocumentFault> WalkDocument(const Ondrel::FileSpec& document, const Layout& layout,
-                                          const WalkOptions& options, const Visitor& visitor);
+                                          const WalkOptions& options, const Visitor& visitor,
+                                          Ondrel::FileSpec* file = nullptr);
 
 }  // namespace OndrelTool
 
