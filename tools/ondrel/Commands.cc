@@ -13,9 +13,14 @@ struct Row {
 };
 
 constexpr Row kCommands[] = {
-    {"dump", "Reads a document by its layout and prints every stored value.", DescribeDump},
     {"info", "Tells what a file holds: forks, codes, resources, preview, paths.", DescribeInfo},
+    {"codes", "Shows or sets a file's type and creator codes.", DescribeCodes},
+    {"fork", "Lists, exports or imports a file's resource fork.", DescribeFork},
+    {"path", "Writes a path in the syntaxes of other systems.", DescribePath},
+    {"find", "Finds a file again that has moved.", DescribeFind},
+    {"dump", "Reads a document by its layout and prints every stored value.", DescribeDump},
     {"links", "Lists a document's links, and repairs those that lead nowhere.", DescribeLinks},
+    {"save", "Saves standard input as a file, safely.", DescribeSave},
 };
 
 }  // namespace

@@ -7,9 +7,14 @@
 
 namespace OndrelTool {
 
+void DescribeCodes(Command* command);
 void DescribeDump(Command* command);
+void DescribeFind(Command* command);
+void DescribeFork(Command* command);
 void DescribeInfo(Command* command);
 void DescribeLinks(Command* command);
+void DescribePath(Command* command);
+void DescribeSave(Command* command);
 
 // All of them, as subcommands of the program.
 Command AllCommands();

@@ -82,10 +82,14 @@ filref ReferenceOf(const std::string& path) {
     return reference;
 }
 
-void RequireReadableFile(const std::string& path) {
+void RequireFile(const std::string& path) {
     const struct stat status = StatusOf(path);
     if (S_ISDIR(status.st_mode)) Fail(path, "is a folder");
     if (!S_ISREG(status.st_mode)) Fail(path, "is no plain file");
+}
+
+void RequireReadableFile(const std::string& path) {
+    RequireFile(path);
     if (access(path.c_str(), R_OK) != 0) FailHost(path);
 }
 
@@ -93,6 +97,27 @@ void RequireFolder(const std::string& path) {
     const struct stat status = StatusOf(path);
     if (!S_ISDIR(status.st_mode)) Fail(path, "is no folder");
     if (access(path.c_str(), R_OK | X_OK) != 0) FailHost(path);
+}
+
+std::string PlaceForWriting(const std::string& path) {
+    namespace fs = std::filesystem;
+    const std::string full = FullPath(path);
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(full, error))) {
+        const std::string folder = fs::path(full).parent_path().string();
+        if (!fs::is_directory(folder, error)) Fail(path, "its folder does not exist");
+        if (access(folder.c_str(), W_OK | X_OK) != 0) FailHost(path);
+        return full;
+    }
+    RequireFile(path);
+    if (access(path.c_str(), W_OK) != 0) FailHost(path);
+    const fs::path real = fs::canonical(full, error);
+    if (error) Fail(path, "its links lead nowhere");
+    return real.string();
+}
+
+std::uint64_t DataSize(const std::string& path) {
+    return static_cast<std::uint64_t>(StatusOf(path).st_size);
 }
 
 std::string ReadWholeFile(const std::string& path, std::size_t most) {

@@ -50,6 +50,12 @@ Progress::~Progress() {
     HideProgress();
 }
 
+void Progress::Show() const {
+    if (!isWanted_) return;
+    WriteError("\r" + title_ + "\x1B[K");
+    isShown = true;
+}
+
 void Progress::Step(std::string_view remark) {
     ++done_;
     if (!isWanted_) return;

@@ -19,6 +19,9 @@ class Progress {
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    // Shows the title at once, for what has no steps.
+    void Show() const;
+
     // One more step is done. The remark is what is being dealt with, a file's name for instance.
     void Step(std::string_view remark);
 
