@@ -174,8 +174,10 @@ std::string LastErrorMessage(OSErr code) {
 std::string WriteBeside(const DocumentLinks& document, const filref& base,
                         const std::vector<NewTarget>& targets, FileSpec* file) {
     fil out;
-    if (filsavtem(&out, nullptr, &base, 0, nullptr) != 0) return GetFileErrorMessage(&out);
-    out.GetFileSpec(*file);
+    const bool opened = filsavtem(&out, nullptr, &base, 0, nullptr) == 0;
+    // It may have been created and not opened; what another program created is not ours.
+    if (opened || (out.sys != nullptr && out.sys->error != dupFNErr)) out.GetFileSpec(*file);
+    if (!opened) return GetFileErrorMessage(&out);
     std::string problem = Copy(document, targets, base, &out).Make();
     if (problem.empty() && filflu(&out) != 0) problem = GetFileErrorMessage(&out);
     if (out.Close() != 0 && problem.empty()) problem = GetFileErrorMessage(nullptr);
