@@ -5,6 +5,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "ondrel/platform/Bundle.h"
 #include "tools/ondrel/Commands.h"
 #include "tools/ondrel/FileArgument.h"
 #include "tools/ondrel/Interrupts.h"
@@ -17,6 +18,9 @@
 #include "tools/ondrel/layout/Relink.h"
 
 namespace OndrelTool {
+
+using namespace Ondrel;
+
 namespace {
 
 struct Options {
@@ -141,6 +145,7 @@ std::string WithoutStop(std::string sentence) {
 // All lost links, or none.
 Status Relink(const Options& options, const Layout& layout, Report* report) {
     const HoldInterrupts hold;
+    SetMainBundlePackageInfo(MakeFourCC("APPL"), MakeFourCC("Ondr"));  // temporary names begin so
     FindAll(options, report);
     const std::size_t missing = report->lost - report->targets.size();
     Rewritten rewritten;
