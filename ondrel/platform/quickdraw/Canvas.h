@@ -50,6 +50,7 @@ class Canvas {
         return true;
     }
     bool IsExhausted() const { return work_ == 0; }
+    std::uint64_t WorkLeft() const { return work_; }
 
  private:
     int width_;

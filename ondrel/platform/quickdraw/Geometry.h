@@ -54,13 +54,16 @@ struct Mapping {
     int ScaleHeight(int length) const { return ScaleLength(length, height, frame.Height()); }
 
  private:
-    // Rounded to the nearest.
+    // Rounded to the nearest, and kept so small that sums and products of a few lengths fit their
+    // numbers; what lies farther out is on no canvas.
     static int Scale(std::int64_t value, std::int64_t to, std::int64_t from) {
+        constexpr std::int64_t kFarthest = 1 << 28;
         if (to == from || from <= 0) return static_cast<int>(value);
         const std::int64_t twice = 2 * value * to + from;
         const std::int64_t quotient = twice / (2 * from);
-        return static_cast<int>(twice < 0 && quotient * 2 * from != twice ? quotient - 1
-                                                                          : quotient);
+        const bool isBelow = twice < 0 && quotient * 2 * from != twice;
+        return static_cast<int>(
+            std::clamp(isBelow ? quotient - 1 : quotient, -kFarthest, kFarthest));
     }
     static int ScaleLength(int length, int to, int from) {
         return length <= 0 ? 0 : std::max(1, Scale(length, to, from));

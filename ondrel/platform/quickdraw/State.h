@@ -35,6 +35,7 @@ struct TextState {
     int size = 0;                 // points; 0: the system's own size, 12
     std::int32_t extraSpace = 0;  // added to blanks, 16.16 pixels
     std::int32_t extraChar = 0;   // added to every other character, 16.16 pixels
+    int extraOfSize = 0;          // what that is of the size, 1/4096
     Point numerator{1, 1};        // the text's scale
     Point denominator{1, 1};
     Point location;             // of the last text drawn; offsets count from it
@@ -52,6 +53,7 @@ struct State {
     int penWidth = 1;
     int penHeight = 1;
     TransferMode penMode = TransferMode::kCopy;
+    Point ovalSize;  // of the corners of round rectangles
     Pattern penPattern;
     Pattern fillPattern;
     Pattern backPattern{kWhiteBits, nullptr};
@@ -59,12 +61,16 @@ struct State {
     Pixel fore = kBlack;
     Pixel back = kWhite;
     Pixel operand = kBlack;
-    Pixel hilite = 0xFFB3B3B3;
+    Pixel hilite = kDefaultHilite;
     bool nextIsHilite = false;  // the command before the next drawing asked for the hilite mode
 
     TextState text;
 
-    Ink InkFor(TransferMode mode) const { return {mode, fore, back, operand, hilite}; }
+    // Inverting highlights where that was asked for.
+    Ink InkFor(TransferMode mode) const {
+        const bool isHilite = nextIsHilite && mode == TransferMode::kXor;
+        return {isHilite ? TransferMode::kHilite : mode, fore, back, operand, hilite};
+    }
 };
 
 }  // namespace Ondrel::QuickDraw

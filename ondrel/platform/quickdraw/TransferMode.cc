@@ -127,6 +127,30 @@ Pixel CombineBit(const Ink& ink, bool bit, Pixel destination) {
     }
 }
 
+BitEffect EffectOfBit(const Ink& ink, bool bit) {
+    switch (ink.mode) {
+        case TransferMode::kCopy:
+        case TransferMode::kNotCopy:
+            return BitEffect::kPaint;
+        case TransferMode::kOr:
+        case TransferMode::kBic:
+        case TransferMode::kGrayishTextOr:
+            return bit ? BitEffect::kPaint : BitEffect::kKeep;
+        case TransferMode::kNotOr:
+        case TransferMode::kNotBic:
+            return bit ? BitEffect::kKeep : BitEffect::kPaint;
+        case TransferMode::kTransparent:
+            return bit && ink.fore != ink.back ? BitEffect::kPaint : BitEffect::kKeep;
+        case TransferMode::kXor:
+        case TransferMode::kHilite:
+            return bit ? BitEffect::kCombine : BitEffect::kKeep;
+        case TransferMode::kNotXor:
+            return bit ? BitEffect::kKeep : BitEffect::kCombine;
+        default:
+            return BitEffect::kCombine;
+    }
+}
+
 Pixel CombineColor(const Ink& ink, Pixel source, Pixel destination) {
     switch (ink.mode) {
         case TransferMode::kCopy:

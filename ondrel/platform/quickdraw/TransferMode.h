@@ -37,18 +37,25 @@ enum class TransferMode : std::uint8_t {
 // known is kCopy.
 TransferMode ModeFromStored(int stored);
 
+inline constexpr Pixel kDefaultHilite = 0xFFB3B3B3;
+
 // All that combining needs besides the source.
 struct Ink {
     TransferMode mode = TransferMode::kCopy;
     Pixel fore = kBlack;
     Pixel back = kWhite;
-    Pixel operand = kBlack;     // weights of kBlend, limits of the pinned modes
-    Pixel hilite = 0xFFB3B3B3;  // replaces the background in kHilite
+    Pixel operand = kBlack;         // weights of kBlend, limits of the pinned modes
+    Pixel hilite = kDefaultHilite;  // replaces the background in kHilite
 };
 
 // What becomes of a pixel under one bit of a bit map, a pattern or a text: set bits are drawn in
 // the foreground colour, clear ones in the background colour.
 Pixel CombineBit(const Ink& ink, bool bit, Pixel destination);
+
+// What a bit does to any pixel, so that whole rows can be painted at once: it leaves it as it is,
+// paints it in a colour that does not depend on it, or makes something of what is there.
+enum class BitEffect : std::uint8_t { kKeep, kPaint, kCombine };
+BitEffect EffectOfBit(const Ink& ink, bool bit);
 
 // What becomes of a pixel under one of a colour image or pattern.
 Pixel CombineColor(const Ink& ink, Pixel source, Pixel destination);
