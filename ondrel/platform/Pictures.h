@@ -33,8 +33,8 @@ class Picture {
     // Draws the picture over what is in the context, scaled from its frame to fill the context.
     // Where it draws nothing the context stays as it is. Damage ends a picture early: what came
     // before stays drawn. So does a picture that asks for more work than a picture of its length
-    // may: time and memory are bounded by its length and the context's size. badPictErr: no picture
-    // was read. paramErr: the context is not valid. memFullErr; the context is then as it was.
+    // may: time and memory are bounded by its length and the context's size. paramErr: no picture
+    // was read, or the context is not valid. memFullErr; the context is then as it was.
     ONDREL_EXPORT OSErr Render(const BitmapContext& context) const;
 
  private:
