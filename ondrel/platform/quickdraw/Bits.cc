@@ -55,12 +55,6 @@ bool ReadCommand(std::uint16_t opcode, PictureBytes& bytes, Command* command) {
     return !bytes.HasFailed();
 }
 
-Ink InkOf(const State& state, int mode) {
-    Ink ink = state.InkFor(ModeFromStored(mode));
-    if (state.nextIsHilite && ink.mode == TransferMode::kXor) ink.mode = TransferMode::kHilite;
-    return ink;
-}
-
 bool DrawRows(PackedRows& rows, int count, PictureBytes& bytes, RowPainter& painter) {
     for (int i = 0; i < count; ++i) {
         const std::uint8_t* const row = rows.Next(bytes);
@@ -83,7 +77,7 @@ bool DrawBits(std::uint16_t opcode, PictureBytes& bytes, const State& state, Can
                &placement))
         return false;
     RowPainter painter(placement, command.map.isBitMap ? Source::kBits : Source::kColors,
-                       InkOf(state, command.mode), layout.format, canvas);
+                       state.InkFor(ModeFromStored(command.mode)), layout.format, canvas);
     PackedRows rows(layout.packing, layout.size, layout.countedBytes);
     rows.Explore(bytes, height);
     return DrawRows(rows, height, bytes, painter);

@@ -9,9 +9,11 @@
 #include "ondrel/platform/quickdraw/Bits.h"
 #include "ondrel/platform/quickdraw/OpcodeLengths.h"
 #include "ondrel/platform/quickdraw/PictureBytes.h"
+#include "ondrel/platform/quickdraw/QuickTime.h"
 #include "ondrel/platform/quickdraw/ShapeCommands.h"
 #include "ondrel/platform/quickdraw/State.h"
 #include "ondrel/platform/quickdraw/StateCommands.h"
+#include "ondrel/platform/quickdraw/Substitute.h"
 #include "ondrel/platform/quickdraw/Text.h"
 #include "ondrel/platform/quickdraw/TextCommands.h"
 
@@ -24,6 +26,10 @@ constexpr std::uint16_t kEnd = 0x00FF;
 
 bool IsBits(std::uint16_t opcode) {
     return opcode == 0x90 || opcode == 0x91 || (opcode >= 0x98 && opcode <= 0x9B);
+}
+
+bool IsQuickTime(std::uint16_t opcode) {
+    return opcode == 0x8200 || opcode == 0x8201;
 }
 
 class Player {
@@ -52,6 +58,9 @@ class Player {
 
     // False when the picture is over.
     bool CarryOut(std::uint16_t opcode) {
+        const std::size_t start = bytes_.Position();
+        if (substitute_.LeavesOut(opcode, bytes_))
+            return bytes_.Position() != start || CarryOutUnseen(opcode);
         switch (ReadStateCommand(opcode, canvas_.Bounds(), bytes_, state_)) {
             case StateResult::kSet:
                 return true;
@@ -63,8 +72,18 @@ class Player {
         return IsDrawing(opcode) ? Draw(opcode) : Skip(opcode);
     }
 
+    // As far as it goes, for what moves the places of later commands.
+    bool CarryOutUnseen(std::uint16_t opcode) {
+        const Region clip = state_.clip;
+        state_.clip = Region();
+        const bool isGood = Draw(opcode);
+        state_.clip = clip;
+        return isGood;
+    }
+
     static bool IsDrawing(std::uint16_t opcode) {
-        return IsTextCommand(opcode) || ShapeCommands::IsShape(opcode) || IsBits(opcode);
+        return IsTextCommand(opcode) || ShapeCommands::IsShape(opcode) || IsBits(opcode) ||
+               IsQuickTime(opcode);
     }
 
     bool Draw(std::uint16_t opcode) {
@@ -73,6 +92,8 @@ class Player {
             isGood = DrawPlacedText(opcode);
         else if (IsBits(opcode))
             isGood = DrawBits(opcode, bytes_, state_, canvas_);
+        else if (IsQuickTime(opcode))
+            isGood = DrawQuickTimeImage(opcode);
         else
             isGood = shapes_.Draw(opcode, bytes_, state_, canvas_);
         state_.nextIsHilite = false;
@@ -87,6 +108,13 @@ class Player {
         return true;
     }
 
+    bool DrawQuickTimeImage(std::uint16_t opcode) {
+        const PictureBytes command = bytes_;
+        const QuickTimeResult result = DrawQuickTime(opcode, bytes_, state_, canvas_);
+        if (result == QuickTimeResult::kDrawn) substitute_.Expect(opcode, command);
+        return result != QuickTimeResult::kDamaged;
+    }
+
     bool Skip(std::uint16_t opcode) {
         if (opcode != kVersion) return SkipCommand(opcode, bytes_);
         bytes_.Skip(state_.version == 1 ? 1 : 2);
@@ -97,6 +125,7 @@ class Player {
     Canvas& canvas_;
     State state_;
     ShapeCommands shapes_;
+    Substitute substitute_;
 };
 
 }  // namespace

@@ -36,19 +36,13 @@ Pixel Blended(Pixel over, Pixel under) {
     return result;
 }
 
+}  // namespace
+
 Pixel Combined(Source source, const Ink& ink, Pixel pixel, Pixel under) {
-    switch (source) {
-        case Source::kBits:
-            return CombineBit(ink, pixel != 0, under);
-        case Source::kColors:
-            return CombineColor(ink, pixel, under);
-        case Source::kBlended:
-            break;
-    }
+    if (source == Source::kBits) return CombineBit(ink, pixel != 0, under);
+    if (source == Source::kColors || pixel >= kOpaque) return CombineColor(ink, pixel, under);
     return Blended(pixel, under);
 }
-
-}  // namespace
 
 bool Place(const State& state, Canvas& canvas, const Rect& rect, const Region* mask,
            Placement* placement) {
@@ -151,7 +145,8 @@ bool RowPainter::DrawRow(const std::uint8_t* row) {
     if (!line_.empty()) FillLine(row);
     const auto boxes = placement_.visible.Boxes();
     for (int y = first; y < last; ++y) {
-        if (!canvas_.Spend(static_cast<std::uint64_t>(area_.Width()))) return false;
+        const auto columns = static_cast<std::uint64_t>(area_.Width());
+        if (!canvas_.Spend(1 + (isCopy_ ? columns / 8 : 2 * columns))) return false;
         while (box_ < boxes.size() && boxes[box_].y2 <= y)
             ++box_;
         for (std::size_t i = box_; i < boxes.size() && boxes[i].y1 <= y; ++i) {

@@ -36,8 +36,11 @@ bool Place(const State& state, Canvas& canvas, const Rect& rect, const Region* m
 enum class Source : std::uint8_t {
     kBits,    // set and clear bits, in the foreground and the background colour
     kColors,  // opaque colours
-    kBlended  // colours over what is there, each as far as its alpha says
+    kBlended  // colours, those that are not opaque laid over what is there whatever the mode
 };
+
+// What becomes of a pixel under one of an image; bits are clear where it is 0.
+Pixel Combined(Source source, const Ink& ink, Pixel pixel, Pixel under);
 
 class RowPainter {
  public:

@@ -43,6 +43,12 @@ void From888(const std::uint8_t* row, std::size_t step, std::size_t count, Pixel
         pixels[i] = Opaque(row[0], row[1], row[2]);
 }
 
+void FromA888(const std::uint8_t* row, std::size_t count, Pixel* pixels) {
+    for (std::size_t i = 0; i < count; ++i, row += 4)
+        pixels[i] = static_cast<Pixel>(row[0]) << 24 |
+                    static_cast<Pixel>(row[1] << 16 | row[2] << 8 | row[3]);
+}
+
 void FromPlanes(const std::uint8_t* red, std::size_t plane, std::size_t count, Pixel* pixels) {
     const std::uint8_t* const green = red + plane;
     const std::uint8_t* const blue = green + plane;
@@ -64,6 +70,8 @@ void ToPixels(const RowFormat& format, const std::uint8_t* row, std::size_t firs
             return From888(row + 3 * first, 3, count, pixels);
         case RowKind::kX888:
             return From888(row + 4 * first + 1, 4, count, pixels);
+        case RowKind::kA888:
+            return FromA888(row + 4 * first, count, pixels);
         case RowKind::kPlanes:
             return FromPlanes(row + format.skipped + first, format.plane, count, pixels);
         case RowKind::kPixels:

@@ -14,6 +14,7 @@ enum class RowKind : std::uint8_t {
     k555,      // a bit unused, then five of each colour
     k888,      // three bytes
     kX888,     // a byte unused, then three
+    kA888,     // a byte of alpha, then three
     kPlanes,   // the bytes of one colour after another; the last three planes count
     kPixels,   // our own pixels
 };
@@ -26,7 +27,8 @@ struct RowFormat {
     std::size_t skipped = 0;        // bytes of planes in front
 };
 
-// The pixels from place `first` on; all of them opaque, but for kPixels, which are as they are.
+// The pixels from place `first` on; all of them opaque, but for kA888 and kPixels, which are as
+// they are.
 void ToPixels(const RowFormat& format, const std::uint8_t* row, std::size_t first,
               std::size_t count, Pixel* pixels);
 

@@ -375,13 +375,12 @@ TEST(Bits, RowsWithFewerPixelsThanTheBoundsLeaveTheRestAlone) {
 }
 
 TEST(Bits, ThePictureIsOverWhenItsWorkIsUsedUp) {
-    Page page(Rect{0, 0, 4, 4});
-    Canvas small(4, 4, 9);
-    PictureBytes bytes("");
+    const Page page(4, 4);
+    Canvas canvas(4, 4, 3);  // one for the clip, one for each row
     const std::string stored = BitMap(2, {0, 0, 4, 4}) + Bytes("F000 F000 F000 F000");
-    bytes = PictureBytes(stored);
-    EXPECT_FALSE(DrawBits(kBitsRect, bytes, page.state, small));
-    EXPECT_EQ(Letters(small), "KKKK|KKKK|....|....|");
+    PictureBytes bytes(stored);
+    EXPECT_FALSE(DrawBits(kBitsRect, bytes, page.state, canvas));
+    EXPECT_EQ(Letters(canvas), "KKKK|KKKK|....|....|");
 }
 
 }  // namespace
