@@ -157,6 +157,38 @@ TEST(Player, APictureCutAnywhereIsDrawnAsFarAsItGoes) {
     }
 }
 
+// A compressed image of two green pixels at (0, 0): raw 32-bit pixels, or of a kind that nobody
+// knows.
+std::string QuickTimeImage(const std::string& kind) {
+    const std::string head =
+        "0000"
+        "00010000 00000000 00000000  00000000 00010000 00000000  00000000 00000000 40000000"
+        "00000000 0000000000000000 0000 0000 0000 0001 0002 00000300 00000000";
+    const std::string description = "00000056" + kind +
+                                    "00000000 0000 0000 0000 0000 00000000 00000000 00000000"
+                                    "0002 0001 00480000 00480000 00000008 0001" +
+                                    Many(32, "00") + "0020 FFFF";
+    const std::string data = "00 00FF00 00 00FF00";
+    const std::size_t length = Bytes(head + description + data).size();
+    return "8200" + HexOf(static_cast<unsigned>(length), 8) + head + description + data;
+}
+
+constexpr const char* kRaw = "72617720";
+constexpr const char* kUnknown = "78787878";
+
+TEST(Player, TheSubstituteOfAQuickTimeImageThatWasDrawnIsLeftOut) {
+    const std::string announced = "0007 00AE 0010 0007 0001 0001 0031 0000 0000 0001 0002";
+    const std::string bits =
+        "0098 0002 0000 0000 0001 0002 0000 0000 0001 0002 0000 0000 0001 0002 0000 FFFF";
+    const std::string behind = "0031 0000 0002 0001 0003 00FF";
+    for (const std::string& substitute : {announced, bits}) {
+        EXPECT_EQ(Art(PictureOf(2, {0, 0, 1, 4}, QuickTimeImage(kRaw) + substitute + behind)),
+                  "GG#.\n");
+        EXPECT_EQ(Art(PictureOf(2, {0, 0, 1, 4}, QuickTimeImage(kUnknown) + substitute + behind)),
+                  "###.\n");
+    }
+}
+
 TEST(Player, ACanvasThatAllowsNoMoreWorkEndsIt) {
     const std::string hostile =
         PictureOf(1, {0, 0, 1000, 1000},
