@@ -1,6 +1,8 @@
 // The PackBits encoder. A row is cut into runs of equal bytes and the stretches between them by
 // masks that tell where neighbours are equal (equalruns.h); the codes depend on nothing but the
-// row, wherever the buffer happens to be full.
+// row, wherever the buffer happens to be full. Short items, which are nearly all of a photograph's,
+// are written without a branch that depends on the bytes: what a processor guesses wrong costs more
+// than copying too much.
 #include <algorithm>
 #include <bit>
 #include <climits>
@@ -14,6 +16,9 @@ namespace Ondrel {
 namespace {
 
 constexpr int kMostInCode = 128;  // bytes that one code can stand for
+constexpr int kShort = 64;        // bytes that are copied in one go
+constexpr int kReadAhead = EqualRuns::kPlaces + kShort;
+constexpr int kMostOfBlock = 2 * kReadAhead + kShort;  // codes of its short items, what they copy
 constexpr unsigned char kEndMark = 0x80;
 
 constexpr std::array<unsigned char, 256> MakeIdentity() {
@@ -31,75 +36,80 @@ constexpr unsigned char RepeatCount(std::int64_t bytes) {
     return static_cast<unsigned char>(1 - bytes);
 }
 
-// The runs of a row, found in increasing order. A stretch is what a literal takes in one go: single
-// bytes, and runs of two that have single bytes on both sides. What ends one is a break: a longer
-// run, or one of two that is followed by another run or the row's end. (A run of two that two masks
-// share counts as a break as well, for it is not seen whole.)
-class Runs {
+// A run, or a stretch.
+struct Item {
+    const unsigned char* bytes;
+    bool isRun;
+};
+
+// A row as a sequence of items: runs of two or more equal bytes, and the stretches between them,
+// which a literal takes in one go. A stretch is made of single bytes, and of runs of two that stand
+// behind one of its single bytes and before another: those stay literal. No stretch follows
+// another.
+class Items {
  public:
+    // Bits of 64 places of the row.
+    struct Block {
+        std::uint64_t starts;  // an item starts here, and another one ends; not at the row's start
+        std::uint64_t runs;    // a run starts here
+    };
+
     // `repeatsLast`: copies of the last byte follow, so that it is not single.
-    Runs(const unsigned char* row, int length, bool repeatsLast)
-        : row_(row), length_(length), least_(repeatsLast ? 4 : 3) {
-        Load(0);
+    Items(const unsigned char* row, int length, bool repeatsLast)
+        : row_(row), length_(length), repeatsLast_(repeatsLast), ahead_(Load(0)) {}
+
+    // The next block, from the first one on. Nothing starts behind the row.
+    Block Next() {
+        const std::uint64_t behind = equal_;
+        equal_ = ahead_;
+        const int place = place_;
+        place_ += EqualRuns::kPlaces;
+        ahead_ = Load(place_);
+
+        const std::uint64_t up1 = equal_ << 1 | behind >> 63;
+        const std::uint64_t up2 = equal_ << 2 | behind >> 62;
+        const std::uint64_t down1 = equal_ >> 1 | ahead_ << 63;
+        const std::uint64_t down2 = equal_ >> 2 | ahead_ << 62;
+        const std::uint64_t first = equal_ & ~up1;
+        const std::uint64_t last = equal_ & ~down1;
+        // Two bytes, and a single one behind them.
+        const std::uint64_t pairs = first & last & ~down2 & LowBits(length_ - 2 - place);
+        const std::uint64_t rowStart = place == 0 ? 1 : 0;
+        const std::uint64_t runs = first & (~pairs | up2 | rowStart);
+        const std::uint64_t ends = last & ~(pairs & ~runs);
+        const std::uint64_t behindEnds = ends << 2 | endsBehind_ >> 62;
+        endsBehind_ = ends;
+        return {(runs | behindEnds) & ~rowStart & LowBits(length_ - place), runs};
     }
 
-    // The first break from the start of a run on; the length of the row where there is none.
-    int NextBreak(int at) {
-        return Find(at, [this] { return Breaks(); });
-    }
-
-    // The last byte of a run, from one of its bytes on.
-    int EndOfRun(int at) {
-        return Find(at, [this] { return ~equal_; });
-    }
+    // Before the first block.
+    bool StartsWithRun() const { return (ahead_ & 1) != 0; }
 
  private:
-    // The first place from `at` on that has its bit set.
-    template <class GetMask>
-    int Find(int at, GetMask getMask) {
-        int place = at - start_;
-        for (;;) {
-            if (place < EqualRuns::kPlaces) {
-                const std::uint64_t ahead = getMask() >> place;
-                if (ahead != 0) return start_ + place + std::countr_zero(ahead);
-                place = EqualRuns::kPlaces;
-            }
-            if (length_ - start_ <= EqualRuns::kPlaces) return length_;
-            place -= EqualRuns::kPlaces;
-            Load(start_ + EqualRuns::kPlaces);
-        }
-    }
-
-    void Load(int start) {
-        start_ = start;
-        const int left = length_ - start;
-        if (left > EqualRuns::kPlaces) {
-            equal_ = EqualRuns::Mask(row_ + start);
-            followed_ = EqualRuns::kPlaces - 2;
-            return;
-        }
+    // Bit i: the byte there equals the next one.
+    std::uint64_t Load(int place) const {
+        const int left = length_ - place;
+        if (left > EqualRuns::kPlaces) return EqualRuns::Mask(row_ + place);
+        if (left < 1) return 0;
         // The end of the row: what lies behind it may not be read.
         unsigned char end[EqualRuns::kPlaces + 1] = {};
-        std::memcpy(end, row_ + start, static_cast<std::size_t>(left));
-        equal_ = EqualRuns::Mask(end) & LowBits(left - 1);
-        followed_ = left - least_ + 1;
+        std::memcpy(end, row_ + place, static_cast<std::size_t>(left));
+        const std::uint64_t beforeLast = EqualRuns::Mask(end) & LowBits(left - 1);
+        return repeatsLast_ ? beforeLast | std::uint64_t{1} << (left - 1) : beforeLast;
     }
 
-    // The bits of `equal_` that belong to no stretch.
-    std::uint64_t Breaks() const {
-        if (equal_ == 0) return 0;
-        const std::uint64_t pairs = equal_ & ~(equal_ << 1) & ~(equal_ >> 1) & ~(equal_ >> 2);
-        return equal_ & ~(pairs & LowBits(followed_));
+    static std::uint64_t LowBits(int n) {
+        if (n >= EqualRuns::kPlaces) return ~std::uint64_t{0};
+        return n < 1 ? 0 : (std::uint64_t{1} << n) - 1;
     }
-
-    static std::uint64_t LowBits(int n) { return n < 1 ? 0 : (std::uint64_t{1} << n) - 1; }
 
     const unsigned char* row_;
     int length_;
-    int least_;  // bytes from a run of two to the end of the row, if a single byte is to follow it
-    int start_ = 0;
-    std::uint64_t equal_ = 0;  // bit i: this byte equals the next one
-    int followed_ = 0;  // so many of the first places are followed by two more that the mask covers
+    bool repeatsLast_;
+    int place_ = 0;  // of the block that comes next
+    std::uint64_t equal_ = 0;
+    std::uint64_t ahead_;
+    std::uint64_t endsBehind_ = 0;
 };
 
 }  // namespace
@@ -118,7 +128,19 @@ class KesPackBitsEncode::Packer {
 
     unsigned char* Cursor() const { return cursor_; }
 
-    // A stretch of at least one byte.
+    // Adds the short items that end in a block, from the current one up to the first that is long;
+    // answers the ends that are left. The row has kReadAhead bytes from the block on. The literal
+    // of a stretch counts as closed: the item behind it is a run, which has room for its code and
+    // joins no literal.
+    std::uint64_t AddShort(const unsigned char* place, const Items::Block& block, Item* item) {
+        if (literal_ != nullptr || reversed_ || limit_ - cursor_ < kMostOfBlock)
+            return block.starts;
+        if (item->isRun && (block.starts & ~block.runs) == 0)
+            return AddShortRuns(place, block, item);
+        return AddShortItems(place, block, item);
+    }
+
+    // A stretch of at least one byte, behind the row's start or a run.
     void AddStretch(const unsigned char* bytes, int n) {
         if (foldable_) JoinOrClose(bytes, n);
         while (n > 0) {
@@ -157,6 +179,47 @@ class KesPackBitsEncode::Packer {
     }
 
  private:
+    // A block with nothing else.
+    std::uint64_t AddShortRuns(const unsigned char* place, const Items::Block& block, Item* item) {
+        std::uint64_t starts = block.starts;
+        const unsigned char* bytes = item->bytes;
+        unsigned char* out = cursor_;
+        for (; starts != 0; starts &= starts - 1) {
+            const unsigned char* const end = place + std::countr_zero(starts);
+            if (end - bytes > kMostInCode) break;
+            out[0] = RepeatCount(end - bytes);
+            out[1] = *bytes;
+            out += 2;
+            bytes = end;
+        }
+        cursor_ = out;
+        item->bytes = bytes;
+        return starts;
+    }
+
+    // In one go each.
+    std::uint64_t AddShortItems(const unsigned char* place, const Items::Block& block, Item* item) {
+        std::uint64_t starts = block.starts;
+        const std::uint64_t runs = block.runs;
+        const unsigned char* bytes = item->bytes;
+        unsigned char* out = cursor_;
+        // All bits set for a run: no branch depends on what it is.
+        std::int64_t run = item->isRun ? -1 : 0;
+        for (; starts != 0; starts &= starts - 1) {
+            const std::int64_t bit = std::countr_zero(starts);
+            const std::int64_t more = place + bit - bytes - 1;
+            if (more >= kShort) break;
+            *out = static_cast<unsigned char>((more ^ run) - run);
+            std::memcpy(out + 1, bytes, kShort);
+            out += 2 + (more & ~run);
+            bytes += more + 1;
+            run = -static_cast<std::int64_t>(runs >> bit & 1);
+        }
+        cursor_ = out;
+        *item = {bytes, run != 0};
+        return starts;
+    }
+
     void MakeRoom(int bytes) {
         if (limit_ - cursor_ < bytes) Spill();
     }
@@ -260,17 +323,25 @@ KesPackBitsEncode::~KesPackBitsEncode() = default;
 void KesPackBitsEncode::Encode(const unsigned char* data, int length, int extra) {
     if (length < 1) return;
     Packer packer(this);
-    Runs runs(data, length, extra > 0);
-    // The copies make a run of the last byte, also where it stands alone.
-    const int endOfStretches = extra > 0 ? length - 1 : length;
-    for (int at = 0; at < length;) {
-        const int run = std::min(runs.NextBreak(at), endOfStretches);
-        if (run > at) packer.AddStretch(data + at, run - at);
-        if (run == length) break;
-        at = std::min(runs.EndOfRun(run), length - 1) + 1;
-        const std::int64_t copies = at == length ? std::max(extra, 0) : 0;
-        packer.AddRun(data[run], at - run + copies);
+    Items items(data, length, extra > 0);
+    Item item{data, items.StartsWithRun()};
+    const auto add = [&](const unsigned char* end, int copies) {
+        if (item.isRun || copies > 0)
+            packer.AddRun(*item.bytes, std::int64_t{end - item.bytes} + copies);
+        else
+            packer.AddStretch(item.bytes, static_cast<int>(end - item.bytes));
+    };
+    for (int place = 0; place < length; place += EqualRuns::kPlaces) {
+        const Items::Block block = items.Next();
+        std::uint64_t starts = block.starts;
+        if (length - place >= kReadAhead) starts = packer.AddShort(data + place, block, &item);
+        for (; starts != 0; starts &= starts - 1) {
+            const int bit = std::countr_zero(starts);
+            add(data + place + bit, 0);
+            item = {data + place + bit, (block.runs >> bit & 1) != 0};
+        }
     }
+    add(data + length, std::max(extra, 0));
     cursor_ = packer.Cursor();
 }
 
