@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "ondrel/preview/encoders.h"
+#include "ondrel/preview/planes.h"
 
 namespace Ondrel::Pictures {
 namespace {
 
-constexpr int kPixelBytes = 4;
+using Planes::kPixelBytes;
 constexpr int kLeastPackedWidth = 32;  // narrower images are stored as they are
 
 // The places of resources have 24 bits; the rest is for what stands around the rows.
@@ -101,23 +102,12 @@ class PlaneRows {
     std::int64_t Most() const { return Height() * row_.Most(3 * rows_.width); }
 
     int Pack(int y) {
-        Separate(rows_.Row(y));
+        Planes::Separate(rows_.Row(y), rows_.width, planes_.data());
         return row_.Pack(planes_.data(), rows_.width);
     }
     const unsigned char* Bytes() const { return row_.Bytes(); }
 
  private:
-    void Separate(const unsigned char* pixels) {
-        unsigned char* const red = planes_.data();
-        unsigned char* const green = red + rows_.width;
-        unsigned char* const blue = green + rows_.width;
-        for (int x = 0; x < rows_.width; ++x, pixels += kPixelBytes) {
-            red[x] = pixels[1];
-            green[x] = pixels[2];
-            blue[x] = pixels[3];
-        }
-    }
-
     Rows rows_;
     std::vector<unsigned char> planes_;
     PackedRow row_;
