@@ -117,16 +117,20 @@ std::size_t RunAt(std::string_view plane, std::size_t at) {
 // Where the bytes that are no run end.
 std::size_t EndOfPlain(std::string_view plane, std::size_t at) {
     const std::size_t end = std::min(plane.size(), at + kLongestPlain);
-    while (at < end && RunAt(plane, at) < kShortestRun)
+    const std::size_t lastRun = plane.size() - std::min(plane.size(), kShortestRun - 1);
+    while (at < std::min(end, lastRun) &&
+           !(plane[at] == plane[at + 1] && plane[at] == plane[at + 2]))
         ++at;
-    return at;
+    return at < lastRun ? at : end;
 }
 
 std::string Plane(const std::vector<unsigned char>& pixels, std::size_t channel) {
-    std::string plane;
-    plane.reserve(pixels.size() / kPixel);
-    for (std::size_t at = channel; at < pixels.size(); at += kPixel)
-        plane.push_back(static_cast<char>(pixels[at]));
+    std::string plane(pixels.size() / kPixel, '\0');
+    const unsigned char* from = pixels.data() + channel;
+    for (char& byte : plane) {
+        byte = static_cast<char>(*from);
+        from += kPixel;
+    }
     return plane;
 }
 
@@ -158,7 +162,7 @@ void AppendPlanes(const Size& size, const std::vector<unsigned char>& pixels, st
 OSErr AppendPngElement(const Size& size, const std::vector<unsigned char>& pixels,
                        std::string& family) {
     const std::size_t start = Begin(size.picture, family);
-    const OSErr error = AppendPng(AsImage(pixels, size.side, AlphaInfo::kFirst), &family);
+    const OSErr error = AppendQuickPng(AsImage(pixels, size.side, AlphaInfo::kFirst), &family);
     End(start, family);
     return error;
 }

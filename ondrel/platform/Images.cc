@@ -1,4 +1,5 @@
-// Drawing through pixman. Scaling treats the four bytes of a pixel alike, so that it can use the
+// Drawing through pixman, and halving by our own code, which is what icons are mostly made with.
+// Scaling treats the four bytes of a pixel alike, so that it can use the
 // one pixel format that the compositor is fastest with; only putting the result over what is there
 // needs to know which byte is alpha.
 #include "ondrel/platform/Images.h"
@@ -7,10 +8,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
 #include <vector>
+
+#include "ondrel/platform/Halving.h"
 
 namespace Ondrel {
 namespace {
@@ -84,8 +88,24 @@ Pixels Premultiplied(const Image& image) {
     return pixels;
 }
 
+// Every pixel is opaque, or zero all over: such are the same before and after the multiplication.
+bool IsOpaqueOrZero(const Image& image) {
+    const std::uint32_t alpha = kLittle ? 0x000000FF : 0xFF000000;
+    for (int y = 0; y < image.height; ++y) {
+        const unsigned char* from = image.pixels + static_cast<std::size_t>(y) * image.rowBytes;
+        std::uint32_t others = 0;
+        for (int x = 0; x < image.width; ++x, from += kPixel) {
+            std::uint32_t pixel;
+            std::memcpy(&pixel, from, kPixel);
+            others |= (pixel & alpha) == alpha || pixel == 0 ? 0 : 1;
+        }
+        if (others != 0) return false;
+    }
+    return true;
+}
+
 Pixels PixelsOf(const Image& image) {
-    if (image.alpha == AlphaInfo::kFirst) return Premultiplied(image);
+    if (image.alpha == AlphaInfo::kFirst && !IsOpaqueOrZero(image)) return Premultiplied(image);
     Pixels pixels;
     pixels.start = reinterpret_cast<const std::uint32_t*>(image.pixels);
     pixels.width = image.width;
@@ -122,9 +142,26 @@ int Step(int from, int to) {
     return from / 2 <= to ? to : from / 2 + from % 2;
 }
 
+bool IsHalf(int from, int to) {
+    return from == 2 * to;
+}
+
+Pixels Halved(const Pixels& from) {
+    Pixels to;
+    to.MakeOwn(from.width / 2, from.height / 2);
+    Halve(reinterpret_cast<const unsigned char*>(from.start), from.rowBytes, to.width, to.height,
+          reinterpret_cast<unsigned char*>(to.own.data()), to.rowBytes);
+    return to;
+}
+
 Pixels ScaledTo(Pixels pixels, int width, int height) {
-    while (pixels.width != width || pixels.height != height)
-        pixels = Interpolated(pixels, Step(pixels.width, width), Step(pixels.height, height));
+    while (pixels.width != width || pixels.height != height) {
+        const int nextWidth = Step(pixels.width, width);
+        const int nextHeight = Step(pixels.height, height);
+        pixels = IsHalf(pixels.width, nextWidth) && IsHalf(pixels.height, nextHeight)
+                     ? Halved(pixels)
+                     : Interpolated(pixels, nextWidth, nextHeight);
+    }
     return pixels;
 }
 
@@ -140,7 +177,23 @@ bool Meets(const BitmapContext& context, const ImageRect& rect) {
            rect.top > -rect.height;
 }
 
+// Half of an opaque picture, straight into the context: a document's icon begins with it.
+bool DrawHalf(const BitmapContext& context, const ImageRect& rect, const Image& image) {
+    const bool isInside = rect.left >= 0 && rect.top >= 0 &&
+                          rect.width <= context.width - rect.left &&
+                          rect.height <= context.height - rect.top;
+    if (image.alpha != AlphaInfo::kNoneSkipFirst || !isInside || !IsHalf(image.width, rect.width) ||
+        !IsHalf(image.height, rect.height))
+        return false;
+    unsigned char* const to = context.pixels +
+                              static_cast<std::size_t>(rect.top) * context.rowBytes +
+                              static_cast<std::size_t>(rect.left) * kPixel;
+    HalveOpaque(image.pixels, image.rowBytes, rect.width, rect.height, to, context.rowBytes);
+    return true;
+}
+
 void Draw(const BitmapContext& context, const ImageRect& rect, const Image& image) {
+    if (DrawHalf(context, rect, image)) return;
     const bool isOpaque = image.alpha == AlphaInfo::kNoneSkipFirst;
     const Pixels pixels = ScaledTo(PixelsOf(image), rect.width, rect.height);
     const PixmanImage source = Wrap(pixels.start, pixels.width, pixels.height, pixels.rowBytes,

@@ -114,6 +114,49 @@ TEST(Png, APictureThatWasWrittenIsReadBack) {
     EXPECT_EQ(picture.AsImage().alpha, AlphaInfo::kFirst);
 }
 
+// A picture of noise is not packed by the quick form, one of stripes is.
+TEST(Png, TheQuickFormPacksOnlyWhatRepeatsAndShowsTheSame) {
+    const struct {
+        int stripe;  // pixels in a row that are equal
+        bool isPacked;
+        const char* why;
+    } cases[] = {{1, false, "no pixel equals its neighbour"},
+                 {2, true, "half of them do"},
+                 {3, true, "two of three"},
+                 {64, true, "nearly all"}};
+    for (const auto& c : cases) {
+        std::string pixels;
+        for (int i = 0; i < 64 * 64; ++i)
+            for (int channel = 0; channel < 4; ++channel)
+                pixels += static_cast<char>(i % 64 / c.stripe * (channel + 3) + i / 64);
+        const Image image{reinterpret_cast<const unsigned char*>(pixels.data()), 64, 64, 256,
+                          AlphaInfo::kFirst};
+        std::string png = "before";
+        ASSERT_EQ(AppendQuickPng(image, &png), noErr);
+        ASSERT_TRUE(png.starts_with("before"));
+        png.erase(0, 6);
+        EXPECT_EQ(png.size() < pixels.size(), c.isPacked) << c.why;
+        PngPicture picture;
+        ASSERT_EQ(ReadPng(png, &picture), noErr) << c.why;
+        EXPECT_EQ(PixelsOf(picture), Hex(pixels)) << c.why;
+    }
+}
+
+TEST(Png, APictureOfOnePixelIsWrittenAsTheseBytes) {
+    const std::string pixel = Bytes("80 11 22 33");
+    const Image image{reinterpret_cast<const unsigned char*>(pixel.data()), 1, 1, 4,
+                      AlphaInfo::kFirst};
+    std::string png;
+    ASSERT_EQ(AppendQuickPng(image, &png), noErr);
+    EXPECT_EQ(Hex(png.substr(0, 46)),
+              "89 50 4E 47 0D 0A 1A 0A "
+              "00 00 00 0D 49 48 44 52 00 00 00 01 00 00 00 01 08 06 00 00 00 1F 15 C4 89 "
+              "00 00 00 01 73 52 47 42 00 AE CE 1C E9");
+    EXPECT_EQ(Hex(png.substr(png.size() - 12)), "00 00 00 00 49 45 4E 44 AE 42 60 82");
+    EXPECT_NE(png.find(Bytes("01 11 22 33 80")), std::string::npos) << "filter, colours, alpha";
+    EXPECT_EQ(AppendQuickPng({}, &png), paramErr);
+}
+
 TEST(Png, AFileCutOffAnywhereBeforeTheEndOfItsRowsIsRefused) {
     const std::string png =
         MakePng({2, 2, 8, 2, Bytes("00 010203 040506 00 070809 0A0B0C"), {}, false});
