@@ -223,25 +223,37 @@ bool AppleDouble::IsAlone(std::size_t index, std::size_t size) const {
     return true;
 }
 
-// Makes `data` the bytes of the entry. It stays where it is when it is the last one; otherwise it
-// goes behind all others, and its old place, which may have been inside the file, is blanked.
-void AppleDouble::PlaceAtEnd(std::size_t index, std::string_view data) {
-    AppleDoubleEntry& entry = entries_[index];
+// Ends the bytes where those of the entry are to begin. It stays where it is when it is the last
+// one; otherwise it goes behind all others, and its old place, which may have been inside the file,
+// is blanked.
+void AppleDouble::CutAtPlaceOf(std::size_t index) {
+    const AppleDoubleEntry& entry = entries_[index];
     const bool isLast = IsLast(index);
     if (!isLast && IsAlone(index, entry.length))
         std::fill_n(bytes_.begin() + entry.offset, entry.length, '\0');
     const bool staysThere = isLast && entry.length != 0;
-    const std::size_t place = staysThere ? entry.offset : EndOfOthers(index);
-    bytes_.resize(place);
-    bytes_.append(data);
-    entry.offset = static_cast<std::uint32_t>(place);
-    entry.length = static_cast<std::uint32_t>(data.size());
+    bytes_.resize(staysThere ? entry.offset : EndOfOthers(index));
+}
+
+// Gives the entry a place and a length at the end of the file, and takes empty entries along that
+// would lie behind it.
+void AppleDouble::PlaceEntry(std::size_t index, std::size_t place, std::size_t size) {
+    entries_[index].offset = static_cast<std::uint32_t>(place);
+    entries_[index].length = static_cast<std::uint32_t>(size);
     StoreEntry(index);
     for (std::size_t i = 0; i < entries_.size(); ++i) {
-        if (entries_[i].length != 0 || entries_[i].offset <= bytes_.size()) continue;
+        if (entries_[i].length != 0 || entries_[i].offset <= place + size) continue;
         entries_[i].offset = static_cast<std::uint32_t>(place);
         StoreEntry(i);
     }
+}
+
+// Makes `data` the bytes of the entry, at the end.
+void AppleDouble::PlaceAtEnd(std::size_t index, std::string_view data) {
+    CutAtPlaceOf(index);
+    const std::size_t place = bytes_.size();
+    bytes_.append(data);
+    PlaceEntry(index, place, data.size());
 }
 
 void AppleDouble::SetFinderInfo(const FinderInfo& info) {
@@ -261,12 +273,23 @@ void AppleDouble::SetFinderInfo(const FinderInfo& info) {
     if (forkIsLast) PlaceAtEnd(fork, forkBytes);
 }
 
+bool AppleDouble::HasRoomForFork(std::size_t size) const {
+    if (size > kMaxResourceFork) return false;
+    return size <= kLargestFile - std::min<std::uint64_t>(bytes_.size(), kLargestFile) ||
+           size <= GetResourceFork().size();
+}
+
 bool AppleDouble::SetResourceFork(std::string_view fork) {
-    if (fork.size() > kMaxResourceFork) return false;
-    if (fork.size() > kLargestFile - std::min<std::uint64_t>(bytes_.size(), kLargestFile) &&
-        fork.size() > GetResourceFork().size())
-        return false;
+    if (!HasRoomForFork(fork.size())) return false;
     PlaceAtEnd(IndexOrAdded(kEntryResourceFork), fork);
+    return true;
+}
+
+bool AppleDouble::AnnounceResourceFork(std::size_t size) {
+    if (!HasRoomForFork(size)) return false;
+    const std::size_t index = IndexOrAdded(kEntryResourceFork);
+    CutAtPlaceOf(index);
+    PlaceEntry(index, bytes_.size(), size);
     return true;
 }
 

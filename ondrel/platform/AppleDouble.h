@@ -112,6 +112,10 @@ class AppleDouble {
     void SetFinderInfo(const FinderInfo& info);
     bool SetResourceFork(std::string_view fork);
 
+    // SetResourceFork for who has the fork elsewhere: afterwards the file is Bytes() with `size`
+    // bytes of fork behind them, and this object is good for nothing else.
+    bool AnnounceResourceFork(std::size_t size);
+
     // Nothing in it that anyone would miss: no entry but an empty Finder Info of 32 bytes and an
     // empty fork.
     bool IsEmpty() const;
@@ -125,7 +129,10 @@ class AppleDouble {
     std::size_t EndOfOthers(std::size_t index) const;
     bool IsLast(std::size_t index) const;
     bool IsAlone(std::size_t index, std::size_t size) const;
+    bool HasRoomForFork(std::size_t size) const;
     void StoreEntry(std::size_t index);
+    void CutAtPlaceOf(std::size_t index);
+    void PlaceEntry(std::size_t index, std::size_t place, std::size_t size);
     void PlaceAtEnd(std::size_t index, std::string_view data);
 
     std::string bytes_;

@@ -19,6 +19,7 @@ constexpr std::size_t kForkHeader = 16;
 constexpr std::size_t kMapHeader = 28;
 constexpr std::size_t kTypeSize = 8;
 constexpr std::size_t kReferenceSize = 12;
+constexpr std::size_t kLengthSize = 4;  // before the bytes of a resource
 constexpr std::size_t kMostData = 1 << 24;
 constexpr std::size_t kMost16 = 0xFFFF;
 constexpr std::uint16_t kNone = 0xFFFF;
@@ -35,6 +36,11 @@ void Append32(std::string& bytes, std::size_t value) {
 
 // --- The data -----------------------------------------------------------------------------------
 
+// Whether a map can tell the place of data behind so many others.
+bool HasRoom(std::size_t place, std::size_t size) {
+    return place < kMostData && size <= kMostData - place;
+}
+
 // The data area as it grows behind the header, in the fork to be. Bytes that came from one place of
 // the old fork are stored once.
 class DataArea {
@@ -44,7 +50,7 @@ class DataArea {
     // Where the bytes are now; false when they would lie too far for a map.
     bool Add(std::string_view data, std::uint32_t* offset) {
         const std::size_t size = Size();
-        if (size >= kMostData || data.size() > kMostData - size) return false;
+        if (!HasRoom(size, data.size())) return false;
         *offset = static_cast<std::uint32_t>(size);
         Append32(fork_, data.size());
         fork_.append(data);
@@ -174,29 +180,45 @@ std::vector<Resource> Inserted(std::span<const Resource> old, const Resource& ad
     return resources;
 }
 
-}  // namespace
-
-std::string EmptyFork() {
-    std::string map;
-    (void)ComposeMap({}, 0, &map);
-    std::string fork = Header({});
-    Finish(std::move(map), fork);
-    return fork;
+// Whether all resources but the last stand in the fork as they would be composed; `*end` is then
+// where their data end.
+bool EndOfCompactData(std::string_view fork, const ResourceMap& map,
+                      const std::vector<Resource>& resources, std::size_t* end) {
+    if (fork.empty() || Get32(fork, 0) != kDataOffset) return false;
+    std::size_t size = 0;
+    for (std::size_t i = 0; i + 1 < resources.size(); ++i) {
+        std::string_view data;
+        if (resources[i].dataOffset != size || map.Data(resources[i], &data) != noErr) return false;
+        size += kLengthSize + data.size();
+    }
+    *end = kDataOffset + size;
+    return true;
 }
 
-OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std::string_view data,
-                       std::string* composed) {
-    ResourceMap old;
-    const OSErr error = old.Read(fork);
-    if (error != noErr && error != resFNotFound) return error;
+// Writes the last resource and the map behind data that stay where they are.
+OSErr AppendResource(std::vector<Resource>& resources, std::uint16_t attributes, std::size_t end,
+                     std::string_view data, std::string* fork) {
+    const std::size_t place = end - kDataOffset;
+    if (!HasRoom(place, data.size())) return dskFulErr;
+    resources.back().dataOffset = static_cast<std::uint32_t>(place);
+    std::string map;
+    if (!ComposeMap(resources, attributes, &map)) return dskFulErr;
+    fork->reserve(end + kLengthSize + data.size() + map.size());
+    // Nothing fails from here on, and the names in the old map are needed no longer.
+    fork->resize(end);
+    Append32(*fork, data.size());
+    fork->append(data);
+    Finish(std::move(map), *fork);
+    return noErr;
+}
 
-    // `data` has no place in the old fork; its resource is known by the type and ID.
-    std::vector<Resource> resources = Inserted(old.Resources(), {type, id, 0, 0, false, {}});
-    std::string result = Header(fork);
-    result.reserve(std::min(fork.size(), kMostData) + std::min(data.size(), kMostData) +
+OSErr ComposeAnew(const ResourceMap& old, FourCC type, std::int16_t id, std::string_view data,
+                  std::vector<Resource>* resources, std::string* fork) {
+    std::string result = Header(*fork);
+    result.reserve(std::min(fork->size(), kMostData) + std::min(data.size(), kMostData) +
                    kDataOffset + kMost16);
     DataArea area(result);
-    for (Resource& resource : resources) {
+    for (Resource& resource : *resources) {
         const bool isNew = resource.type == type && resource.id == id;
         OSErr kept = noErr;
         std::uint32_t offset = 0;
@@ -208,10 +230,34 @@ OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std:
         resource.dataOffset = offset;
     }
     std::string map;
-    if (!ComposeMap(resources, old.Attributes(), &map)) return dskFulErr;
+    if (!ComposeMap(*resources, old.Attributes(), &map)) return dskFulErr;
     Finish(std::move(map), result);
-    *composed = std::move(result);
+    *fork = std::move(result);
     return noErr;
+}
+
+}  // namespace
+
+std::string EmptyFork() {
+    std::string map;
+    (void)ComposeMap({}, 0, &map);
+    std::string fork = Header({});
+    Finish(std::move(map), fork);
+    return fork;
+}
+
+OSErr PutResource(FourCC type, std::int16_t id, std::string_view data, std::string* fork) {
+    ResourceMap old;
+    const OSErr error = old.Read(*fork);
+    if (error != noErr && error != resFNotFound) return error;
+
+    // `data` has no place in the old fork; its resource is known by the type and ID.
+    std::vector<Resource> resources = Inserted(old.Resources(), {type, id, 0, 0, false, {}});
+    const bool isLast = resources.back().type == type && resources.back().id == id;
+    std::size_t end = 0;
+    if (isLast && EndOfCompactData(*fork, old, resources, &end))
+        return AppendResource(resources, old.Attributes(), end, data, fork);
+    return ComposeAnew(old, type, id, data, &resources, fork);
 }
 
 }  // namespace Ondrel

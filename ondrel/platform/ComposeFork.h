@@ -20,13 +20,14 @@ namespace Ondrel {
 
 std::string EmptyFork();
 
-// The fork with one resource replaced, or added behind the others of its type, without a name and
+// Replaces one resource of a fork, or adds it behind the others of its type, without a name and
 // attributes. Of the others everything stays: order, names, attributes, bytes, and resources that
-// share their bytes go on doing so. An empty `fork` counts as one without resources.
+// share their bytes go on doing so. An empty fork counts as one without resources; bytes that no
+// resource uses go. Where the others lie as they are to lie, as in a fork of this library's
+// writers, they are not moved. After a failure the fork is as it was.
 // mapReadErr: the fork, or the place of a resource's bytes, is damaged. dskFulErr: there would be
 // more than a map can tell of.
-OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std::string_view data,
-                       std::string* composed);
+OSErr PutResource(FourCC type, std::int16_t id, std::string_view data, std::string* fork);
 
 }  // namespace Ondrel
 

@@ -80,7 +80,7 @@ OSErr OpenWith(const std::string& path, ForkFacts facts, short* number) {
 
     // Read behind the lock: no other writer stores anything any more.
     auto content = std::make_unique<ResourceContent>();
-    code = content->Load(path);
+    code = content->Load(path, facts.mayWrite);
     if (code == noErr) code = AddFork(&file, facts, number);
     if (code == noErr) FindFork(*number)->content = content.release();
     return code;

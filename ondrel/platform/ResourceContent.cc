@@ -6,13 +6,15 @@
 #include <new>
 #include <stdexcept>
 
+#include "ondrel/platform/ComposeFork.h"
 #include "ondrel/platform/ResourceFile.h"
-#include "ondrel/platform/Sidecar.h"
+#include "ondrel/platform/ResourceMap.h"
 
 namespace Ondrel::Host {
 namespace {
 
 constexpr std::size_t kMostBytes = AppleDouble::kMaxResourceFork;
+constexpr std::size_t kMostReserved = std::size_t{1} << 24;
 
 // Makes what may run out of memory answer a code.
 template <class Work>
@@ -26,30 +28,43 @@ OSErr OrMemFull(Work work) {
     }
 }
 
+// Whether the first bytes of a fork have all that a reader of resources looks at.
+bool HoldAllResources(std::string_view start) {
+    return ForkHeader::Read(start, start.size()).has_value();
+}
+
 }  // namespace
 
-ResourceContent::ResourceContent() : bytes_(std::make_shared<std::string>()) {}
+ResourceContent::ResourceContent() : stored_(std::make_shared<StoredFork>()) {}
 
 ResourceContent::~ResourceContent() = default;
 
-OSErr ResourceContent::Load(const std::string& path) {
+OSErr ResourceContent::Load(const std::string& path, bool mayWrite) {
     return OrMemFull([&] {
-        if (const OSErr error = FSPathMakeRef(path.c_str(), &file_); error != noErr) return error;
-        return ReadResourceFork(path.c_str(), bytes_.get());
+        OSErr error = FSPathMakeRef(path.c_str(), &file_);
+        if (error == noErr) error = stored_->Open(path.c_str());
+        if (error != noErr) return error;
+        kept_ = stored_->Size();
+        return mayWrite ? noErr : ReadUpTo(kept_);
     });
 }
 
-std::size_t ResourceContent::Read(std::int64_t start, void* buffer, std::size_t size) const {
-    const auto at = static_cast<std::uint64_t>(start);
-    if (at >= bytes_->size()) return 0;
-    const std::size_t count = std::min<std::size_t>(size, bytes_->size() - at);
-    std::memcpy(buffer, bytes_->data() + at, count);
-    return count;
+// Reads what is still stored alone, up to a place.
+OSErr ResourceContent::ReadUpTo(std::size_t end) {
+    end = std::min(end, kept_);
+    if (end <= bytes_.size()) return noErr;
+    return stored_->Read(bytes_.size(), end - bytes_.size(), &bytes_);
 }
 
-// Gives those who share the bytes theirs, and us a copy to change.
-void ResourceContent::MakeOwn() {
-    if (bytes_.use_count() > 1) bytes_ = std::make_shared<std::string>(*bytes_);
+OSErr ResourceContent::Read(std::int64_t start, void* buffer, std::size_t size, std::size_t* got) {
+    const auto at = static_cast<std::uint64_t>(start);
+    *got = 0;
+    if (at >= Size()) return noErr;
+    const std::size_t count = std::min<std::size_t>(size, Size() - at);
+    if (const OSErr error = ReadUpTo(at + count); error != noErr) return error;
+    std::memcpy(buffer, bytes_.data() + at, count);
+    *got = count;
+    return noErr;
 }
 
 OSErr ResourceContent::Write(std::int64_t start, const void* buffer, std::size_t size) {
@@ -57,9 +72,13 @@ OSErr ResourceContent::Write(std::int64_t start, const void* buffer, std::size_t
     const auto at = static_cast<std::uint64_t>(start);
     if (at > kMostBytes || size > kMostBytes - at) return failure_ = dskFulErr;
     failure_ = OrMemFull([&] {
-        MakeOwn();
-        if (bytes_->size() < at + size) bytes_->resize(at + size);
-        std::memcpy(bytes_->data() + at, buffer, size);
+        if (const OSErr error = ReadUpTo(at); error != noErr) return error;
+        const auto* const bytes = static_cast<const char*>(buffer);
+        // Who writes a fork anew will probably write about as much as there is.
+        if (bytes_.capacity() < kept_) bytes_.reserve(std::min(kept_, kMostReserved));
+        if (bytes_.size() < at) bytes_.resize(at);
+        const std::size_t over = std::min<std::size_t>(size, bytes_.size() - at);
+        bytes_.replace(at, over, bytes, size);
         changed_ = true;
         return noErr;
     });
@@ -69,30 +88,39 @@ OSErr ResourceContent::Write(std::int64_t start, const void* buffer, std::size_t
 OSErr ResourceContent::Resize(std::int64_t size) {
     if (failure_ != noErr) return failure_;
     const auto wanted = static_cast<std::uint64_t>(size);
-    if (wanted == bytes_->size()) return noErr;
+    if (wanted == Size()) return noErr;
     if (wanted > kMostBytes) return failure_ = dskFulErr;
     failure_ = OrMemFull([&] {
-        MakeOwn();
-        bytes_->resize(wanted);
+        if (const OSErr error = ReadUpTo(wanted); error != noErr) return error;
+        bytes_.resize(wanted);
+        kept_ = 0;
         changed_ = true;
         return noErr;
     });
     return failure_;
 }
 
-void ResourceContent::Replace(std::string bytes, std::uint16_t finderFlags) {
-    bytes_ = std::make_shared<std::string>(std::move(bytes));
-    finderFlags_ = finderFlags;
-    changed_ = true;
+OSErr ResourceContent::AddResource(FourCC type, std::int16_t id, std::string_view data,
+                                   std::uint16_t finderFlags) {
+    if (failure_ != noErr) return failure_;
+    return OrMemFull([&] {
+        OSErr error = HoldAllResources(bytes_) ? noErr : ReadUpTo(kept_);
+        if (error == noErr) error = PutResource(type, id, data, &bytes_);
+        if (error != noErr) return error;
+        kept_ = 0;
+        finderFlags_ |= finderFlags;
+        changed_ = true;
+        return error;
+    });
 }
 
-OSErr ResourceContent::Store() const {
+OSErr ResourceContent::Store() {
     if (failure_ != noErr || !changed_) return failure_;
     return OrMemFull([&] {
         std::string path;
-        const OSErr error = FSRefMakePath(&file_, &path);
-        if (error != noErr) return error;
-        return WriteResourceFork(path.c_str(), *bytes_, finderFlags_);
+        OSErr error = FSRefMakePath(&file_, &path);
+        if (error == noErr) error = ReadUpTo(kept_);
+        return error == noErr ? WriteResourceFork(path.c_str(), bytes_, finderFlags_) : error;
     });
 }
 

@@ -69,9 +69,25 @@ ResourceFile::~ResourceFile() {
         Free(BlockOf(handle));
 }
 
-OSErr ResourceFile::Open(std::shared_ptr<const std::string> fork) {
+OSErr ResourceFile::Open(std::shared_ptr<const StoredFork> fork) {
     fork_ = std::move(fork);
-    return map_.Read(*fork_);
+    if (fork_->Size() == 0) return resFNotFound;
+    std::string start;
+    OSErr error = fork_->Read(0, std::min(fork_->Size(), ForkHeader::kSize), &start);
+    if (error != noErr) return error;
+    const auto header = ForkHeader::Read(start, fork_->Size());
+    if (!header) return mapReadErr;
+    header_ = *header;
+    error = fork_->Read(header_.mapOffset, header_.mapSize, &mapBytes_);
+    return error == noErr ? map_.ReadMap(mapBytes_) : error;
+}
+
+OSErr ResourceFile::ReadData() {
+    if (hasData_) return noErr;
+    const OSErr error = fork_->Read(header_.dataOffset, header_.dataSize, &data_);
+    hasData_ = error == noErr;
+    if (hasData_) map_.UseData(data_);
+    return error;
 }
 
 OSErr ResourceFile::MakeHandle(const Resource& resource, Handle* made) {
@@ -96,9 +112,12 @@ OSErr ResourceFile::Get(FourCC type, short id, Handle* resource) {
     const Resource* const found = map_.Find(type, id);
     if (found == nullptr) return resNotFound;
     const auto made = handles_.find(found);
-    if (made == handles_.end()) return MakeHandle(*found, resource);
-    *resource = made->second;
-    return noErr;
+    if (made != handles_.end()) {
+        *resource = made->second;
+        return noErr;
+    }
+    const OSErr error = ReadData();
+    return error == noErr ? MakeHandle(*found, resource) : error;
 }
 
 std::vector<ResourceInfo> ResourceFile::List(const ResourceMap& map) {
@@ -107,6 +126,12 @@ std::vector<ResourceInfo> ResourceFile::List(const ResourceMap& map) {
     for (const Resource& resource : map.Resources())
         list.push_back(Describe(map, resource));
     return list;
+}
+
+OSErr ResourceFile::List(std::vector<ResourceInfo>* list) {
+    const OSErr error = ReadData();
+    if (error == noErr) *list = List(map_);
+    return error;
 }
 
 bool ResourceFile::Detach(Handle handle) {

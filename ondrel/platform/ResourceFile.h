@@ -2,7 +2,8 @@
 // made of its resources. Internal to platform/.
 //
 // Invariants: the fork's bytes are those of the moment of opening, whatever is written to the fork;
-// a handle belongs to the file until it is detached, and goes with it.
+// only its map is read before somebody asks for a resource; a handle belongs to the file until it
+// is detached, and goes with it.
 #ifndef ONDREL_PLATFORM_RESOURCEFILE_H
 #define ONDREL_PLATFORM_RESOURCEFILE_H
 
@@ -13,6 +14,7 @@
 
 #include "ondrel/platform/ResourceManager.h"
 #include "ondrel/platform/ResourceMap.h"
+#include "ondrel/platform/Sidecar.h"
 
 namespace Ondrel::Host {
 
@@ -23,12 +25,12 @@ class ResourceFile {
     ResourceFile(const ResourceFile&) = delete;
     ResourceFile& operator=(const ResourceFile&) = delete;
 
-    // Reads the map of a fork. Codes as ResourceMap::Read's.
-    OSErr Open(std::shared_ptr<const std::string> fork);
+    // Reads the map of a fork. Codes as ResourceMap::Read's, and the host's.
+    OSErr Open(std::shared_ptr<const StoredFork> fork);
 
-    // See Get1Resource and ListResources, whose codes these are.
+    // See Get1Resource and ListResources, whose codes these are, beside the host's.
     OSErr Get(FourCC type, short id, Handle* resource);
-    std::vector<ResourceInfo> List() const { return List(map_); }
+    OSErr List(std::vector<ResourceInfo>* list);
 
     // The list of any map's resources.
     static std::vector<ResourceInfo> List(const ResourceMap& map);
@@ -37,9 +39,14 @@ class ResourceFile {
     static bool Detach(Handle handle);
 
  private:
+    OSErr ReadData();
     OSErr MakeHandle(const Resource& resource, Handle* made);
 
-    std::shared_ptr<const std::string> fork_;
+    std::shared_ptr<const StoredFork> fork_;
+    ForkHeader header_{};
+    std::string mapBytes_;
+    std::string data_;
+    bool hasData_ = false;
     ResourceMap map_;
     std::map<const Resource*, Handle> handles_;
 };

@@ -43,7 +43,7 @@ void MakeCurrent(short number, const Host::Fork& fork) {
 OSErr ReadMap(const Host::Fork& fork) {
     try {
         auto file = std::make_unique<Host::ResourceFile>();
-        const OSErr error = file->Open(fork.content->Share());
+        const OSErr error = file->Open(fork.content->Stored());
         if (error == noErr) fork.content->resources = std::move(file);
         return error;
     } catch (const std::bad_alloc&) {
@@ -112,14 +112,13 @@ void CloseResFile(short refNum) {
 
 OSErr ListResources(short refNum, std::vector<ResourceInfo>* resources) {
     if (resources == nullptr) return Latch(paramErr);
-    const Host::ResourceFile* const file = FileOfFork(Host::FindFork(refNum));
+    Host::ResourceFile* const file = FileOfFork(Host::FindFork(refNum));
     if (file == nullptr) return Latch(resFNotFound);
     try {
-        *resources = file->List();
+        return Latch(file->List(resources));
     } catch (const std::bad_alloc&) {
         return Latch(memFullErr);
     }
-    return Latch(noErr);
 }
 
 OSErr ListForkResources(std::string_view fork, std::vector<ResourceInfo>* resources) {

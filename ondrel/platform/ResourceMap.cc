@@ -6,7 +6,6 @@
 namespace Ondrel {
 namespace {
 
-constexpr std::size_t kForkHeaderSize = 16;
 constexpr std::size_t kMapHeaderSize = 28;
 constexpr std::size_t kTypeSize = 8;
 constexpr std::size_t kReferenceSize = 12;
@@ -21,16 +20,31 @@ bool Slice(std::string_view text, std::size_t offset, std::size_t size, std::str
 
 }  // namespace
 
+std::optional<ForkHeader> ForkHeader::Read(std::string_view start, std::size_t forkSize) {
+    if (start.size() < kSize) return {};
+    const ForkHeader header{Get32(start, 0), Get32(start, 8), Get32(start, 4), Get32(start, 12)};
+    const auto liesInFork = [forkSize](std::size_t offset, std::size_t size) {
+        return offset <= forkSize && size <= forkSize - offset;
+    };
+    if (!liesInFork(header.dataOffset, header.dataSize) ||
+        !liesInFork(header.mapOffset, header.mapSize))
+        return {};
+    return header;
+}
+
 OSErr ResourceMap::Read(std::string_view fork) {
     *this = {};
     if (fork.empty()) return resFNotFound;
-    if (fork.size() < kForkHeaderSize) return mapReadErr;
-    std::string_view map;
-    std::string_view data;
-    if (!Slice(fork, Get32(fork, 0), Get32(fork, 8), &data) ||
-        !Slice(fork, Get32(fork, 4), Get32(fork, 12), &map) || map.size() < kMapHeaderSize)
-        return mapReadErr;
-    data_ = data;
+    const auto header = ForkHeader::Read(fork, fork.size());
+    if (!header) return mapReadErr;
+    const OSErr error = ReadMap(fork.substr(header->mapOffset, header->mapSize));
+    if (error == noErr) UseData(fork.substr(header->dataOffset, header->dataSize));
+    return error;
+}
+
+OSErr ResourceMap::ReadMap(std::string_view map) {
+    *this = {};
+    if (map.size() < kMapHeaderSize) return mapReadErr;
     attributes_ = Get16(map, 22);
     typeList_ = Get16(map, 24);
     nameList_ = Get16(map, 26);

@@ -26,7 +26,9 @@
 #ifndef ONDREL_PLATFORM_RESOURCEMAP_H
 #define ONDREL_PLATFORM_RESOURCEMAP_H
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -45,11 +47,29 @@ struct Resource {
     std::string_view name;  // as stored; empty without a name
 };
 
+// Where a fork has its data and its map.
+struct ForkHeader {
+    static constexpr std::size_t kSize = 16;
+
+    std::size_t dataOffset;
+    std::size_t dataSize;
+    std::size_t mapOffset;
+    std::size_t mapSize;
+
+    // From the first kSize bytes of a fork, or all that there are. Nothing where the two do not lie
+    // in a fork of `forkSize` bytes.
+    static std::optional<ForkHeader> Read(std::string_view start, std::size_t forkSize);
+};
+
 class ResourceMap {
  public:
     // Reads the map of a fork, whose bytes must outlive the object. resFNotFound: the fork is
     // empty. mapReadErr: it is no resource fork, or its map is damaged. Data are checked by Data.
     OSErr Read(std::string_view fork);
+
+    // The same in two steps, for who reads the data later or never. mapReadErr.
+    OSErr ReadMap(std::string_view map);
+    void UseData(std::string_view data) { data_ = data; }
 
     // The resources in the order of the map, types together.
     std::span<const Resource> Resources() const { return resources_; }

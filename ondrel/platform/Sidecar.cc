@@ -37,27 +37,41 @@ OSErr Open(const std::string& path, OpenSidecar* sidecar) {
     return noErr;
 }
 
-// Reads up to `size` bytes at `offset`; fewer where the file ends.
-OSErr Read(const OpenSidecar& sidecar, std::uint64_t offset, std::size_t size, std::string* bytes) {
+// What a file is made of; nothing is copied to put it together.
+struct FileParts {
+    std::string_view start;
+    std::string_view end;
+};
+
+// Appends up to `size` bytes at `offset`; fewer where the file ends, and none after a failure.
+OSErr ReadOn(const Descriptor& file, std::uint64_t offset, std::size_t size, std::string* bytes) {
+    const std::size_t before = bytes->size();
     try {
-        bytes->resize(size);
+        bytes->resize(before + size);
     } catch (const std::bad_alloc&) {
         return memFullErr;
     } catch (const std::length_error&) {
         return memFullErr;
     }
     std::size_t done = 0;
+    OSErr error = noErr;
     while (done < size) {
         const auto got = Retry([&] {
-            return syscalls.pread(sidecar.file.Get(), bytes->data() + done, size - done,
+            return syscalls.pread(file.Get(), bytes->data() + before + done, size - done,
                                   static_cast<off_t>(offset + done));
         });
-        if (got == -1) return LastHostError();
-        if (got == 0) break;
+        if (got == -1) error = LastHostError();
+        if (got < 1) break;
         done += static_cast<std::size_t>(got);
     }
-    bytes->resize(done);
-    return noErr;
+    bytes->resize(before + (error == noErr ? done : 0));
+    return error;
+}
+
+// Reads up to `size` bytes at `offset`; fewer where the file ends.
+OSErr Read(const OpenSidecar& sidecar, std::uint64_t offset, std::size_t size, std::string* bytes) {
+    bytes->clear();
+    return ReadOn(sidecar.file, offset, size, bytes);
 }
 
 // Reads the table alone: the start of the file, and all of it only for a table of unusual length.
@@ -135,27 +149,39 @@ OSErr Unlink(const std::string& path) {
 }
 
 // Fills a new file and brings it to the disk. It is closed afterwards, whatever the result.
-OSErr Fill(Descriptor file, std::string_view bytes, const SidecarPermission& permission) {
+OSErr Fill(Descriptor file, const FileParts& parts, const SidecarPermission& permission) {
     OSErr error = permission.Apply(file);
-    if (error == noErr) error = WriteAll(file, bytes, 0);
+    if (error == noErr) error = WriteAll(file, parts.start, 0);
+    if (error == noErr) error = WriteAll(file, parts.end, static_cast<off_t>(parts.start.size()));
     if (error == noErr) error = CodeOf(Retry([&] { return syscalls.fdatasync(file.Get()); }));
     const OSErr closed = file.Close();
     return error != noErr ? error : closed;
 }
 
-// Makes `bytes` the file at `path` in one step.
-OSErr Replace(const std::string& path, std::string_view bytes,
+// Makes the parts the file at `path` in one step.
+OSErr Replace(const std::string& path, const FileParts& parts,
               const SidecarPermission& permission) {
     const std::string temporary = TemporaryBeside(path);
     Descriptor file = OpenPath(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
     if (!file.IsOpen()) return LastHostError();
-    OSErr error = Fill(std::move(file), bytes, permission);
+    OSErr error = Fill(std::move(file), parts, permission);
     if (error == noErr)
         error = CodeOf(Retry([&] {
             return syscalls.renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), 0);
         }));
     if (error != noErr) (void)Unlink(temporary);
     return error;
+}
+
+// Makes `sidecar`, with `fork` behind its bytes, the sidecar of a file.
+OSErr StoreSidecar(const char* path, const AppleDouble& sidecar, std::string_view fork) {
+    std::string place;
+    bool isThere = false;
+    if (const OSErr error = PlaceOfSidecar(path, &place, &isThere); error != noErr) return error;
+    if (fork.empty() && sidecar.IsEmpty()) return isThere ? Unlink(place) : noErr;
+    SidecarPermission permission;
+    if (const OSErr error = permission.TakeFrom(path); error != noErr) return error;
+    return Replace(place, {sidecar.Bytes(), fork}, permission);
 }
 
 }  // namespace
@@ -192,41 +218,43 @@ OSErr ReadSidecar(const char* path, AppleDouble* sidecar) {
     return ReadAndParse(open, static_cast<std::size_t>(open.size), sidecar);
 }
 
-OSErr ReadResourceFork(const char* path, std::string* fork) {
+OSErr StoredFork::Open(const char* path) {
+    *this = {};
     OpenSidecar open;
     std::vector<AppleDoubleEntry> entries;
     const OSErr found = OpenSidecarOf(path, &open, &entries);
-    if (found == fnfErr) fork->clear();
     if (found != noErr) return found == fnfErr ? noErr : found;
-    const AppleDoubleEntry* entry = FindEntry(entries, kEntryResourceFork);
-    std::string bytes;
-    OSErr error = noErr;
-    if (entry != nullptr) error = Read(open, entry->offset, entry->length, &bytes);
-    if (error == noErr && entry != nullptr && bytes.size() != entry->length) error = mapReadErr;
-    if (error == noErr) *fork = std::move(bytes);
-    return error;
+    const AppleDoubleEntry* const entry = FindEntry(entries, kEntryResourceFork);
+    if (entry == nullptr || entry->length == 0) return noErr;
+    sidecar_ = std::move(open.file);
+    offset_ = entry->offset;
+    size_ = entry->length;
+    return noErr;
+}
+
+OSErr StoredFork::Read(std::size_t start, std::size_t size, std::string* bytes) const {
+    if (size == 0) return noErr;
+    const std::size_t before = bytes->size();
+    const OSErr error = ReadOn(sidecar_, offset_ + start, size, bytes);
+    if (error != noErr || bytes->size() - before == size) return error;
+    bytes->resize(before);
+    return mapReadErr;
 }
 
 OSErr WriteResourceFork(const char* path, std::string_view fork, std::uint16_t finderFlags) {
     AppleDouble sidecar;
     if (const OSErr error = ReadAllButFork(path, &sidecar); error != noErr) return error;
-    if (!sidecar.SetResourceFork(fork)) return dskFulErr;
     if (finderFlags != 0) {
         FinderInfo info = sidecar.GetFinderInfo();
         info.SetFlags(info.Flags() | finderFlags);
         sidecar.SetFinderInfo(info);
     }
-    return WriteSidecar(path, sidecar);
+    if (!sidecar.AnnounceResourceFork(fork.size())) return dskFulErr;
+    return StoreSidecar(path, sidecar, fork);
 }
 
 OSErr WriteSidecar(const char* path, const AppleDouble& sidecar) {
-    std::string place;
-    bool isThere = false;
-    if (const OSErr error = PlaceOfSidecar(path, &place, &isThere); error != noErr) return error;
-    if (sidecar.IsEmpty()) return isThere ? Unlink(place) : noErr;
-    SidecarPermission permission;
-    if (const OSErr error = permission.TakeFrom(path); error != noErr) return error;
-    return Replace(place, sidecar.Bytes(), permission);
+    return StoreSidecar(path, sidecar, {});
 }
 
 OSErr ReadFinderInfo(const char* path, FinderInfo* info) {

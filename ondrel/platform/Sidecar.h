@@ -17,6 +17,7 @@
 
 #include "ondrel/platform/AppleDouble.h"
 #include "ondrel/platform/Errors.h"
+#include "ondrel/platform/HostCalls.h"
 
 namespace Ondrel::Host {
 
@@ -40,9 +41,24 @@ OSErr CheckSidecarFile(const std::string& sidecarPath);
 // file.
 OSErr ReadSidecar(const char* path, AppleDouble* sidecar);
 
-// The resource fork of a file, the rest not read; empty where there is none. Codes as
-// ReadSidecar's.
-OSErr ReadResourceFork(const char* path, std::string* fork);
+// The resource fork of a file as it was when it was opened: the sidecar is held open, and one that
+// is replaced meanwhile stays readable here.
+class StoredFork {
+ public:
+    // Of the file at a path; empty where it has none. Codes as ReadSidecar's.
+    OSErr Open(const char* path);
+
+    std::size_t Size() const { return size_; }
+
+    // Appends `size` bytes from `start` on. They must lie in the fork. mapReadErr: the sidecar has
+    // become shorter. memFullErr. Nothing is appended after a failure.
+    OSErr Read(std::size_t start, std::size_t size, std::string* bytes) const;
+
+ private:
+    Descriptor sidecar_;
+    std::size_t offset_ = 0;
+    std::size_t size_ = 0;
+};
 
 // Makes these bytes the resource fork of a file and sets these flags in its Finder Info, beside
 // everything else that its sidecar holds. dskFulErr: they are more than AppleDouble can count.

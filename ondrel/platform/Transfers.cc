@@ -121,8 +121,9 @@ bool ReadCached(Fork& fork, FSForkIOParam* request, OSErr* code) {
 
 OSErr ReadContent(const Fork& fork, FSForkIOParam* request) {
     if (request->requestCount == 0) return noErr;
-    request->actualCount =
-        fork.content->Read(request->progress.start, request->buffer, request->requestCount);
+    const OSErr code = fork.content->Read(request->progress.start, request->buffer,
+                                          request->requestCount, &request->actualCount);
+    if (code != noErr) return code;
     return request->actualCount < request->requestCount ? eofErr : noErr;
 }
 

@@ -1,18 +1,14 @@
-// The icon of a file. The resource fork is opened for writing, which keeps every other writer away
+// The icon of a file. The resource fork is open for writing, which keeps every other writer away
 // until its new content and the flag are stored together.
 #include "ondrel/platform/Workspace.h"
 
-#include <memory>
-#include <new>
 #include <string>
 
-#include "ondrel/platform/ComposeFork.h"
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/ForkTable.h"
 #include "ondrel/platform/IconFamily.h"
 #include "ondrel/platform/ResourceContent.h"
 #include "ondrel/platform/ResourceFile.h"
-#include "ondrel/platform/Sidecar.h"
 
 namespace Ondrel {
 namespace {
@@ -21,19 +17,8 @@ constexpr FourCC kIconFamily = MakeFourCC("icns");
 constexpr std::int16_t kCustomIcon = -16455;
 
 // Changes nothing but memory: what the fork then holds is stored when it is closed.
-OSErr PutIntoFork(const Image& image, Host::ResourceContent* content) {
-    try {
-        std::string family;
-        std::string composed;
-        const std::shared_ptr<const std::string> fork = content->Share();
-        OSErr error = ComposeIconFamily(image, &family);
-        if (error == noErr)
-            error = ForkWithResource(*fork, kIconFamily, kCustomIcon, family, &composed);
-        if (error == noErr) content->Replace(std::move(composed), kFinderFlagHasCustomIcon);
-        return error;
-    } catch (const std::bad_alloc&) {
-        return memFullErr;
-    }
+OSErr PutIntoFork(const std::string& icon, Host::ResourceContent* content) {
+    return content->AddResource(kIconFamily, kCustomIcon, icon, kFinderFlagHasCustomIcon);
 }
 
 }  // namespace
@@ -41,12 +26,24 @@ OSErr PutIntoFork(const Image& image, Host::ResourceContent* content) {
 OSErr SetIconForFile(const char* path, const Image& image) {
     if (path == nullptr || !image.IsValid()) return paramErr;
     short fork = 0;
-    if (const OSErr error = Host::OpenFork(path, Host::ForkKind::kResource, fsRdWrPerm, &fork);
-        error != noErr)
-        return error;
-    const OSErr error = PutIntoFork(image, Host::FindFork(fork)->content);
+    OSErr error = Host::OpenFork(path, Host::ForkKind::kResource, fsRdWrPerm, &fork);
+    if (error != noErr) return error;
+    std::string icon;
+    error = ComposeIcon(image, &icon);
+    if (error == noErr) error = PutIntoFork(icon, Host::FindFork(fork)->content);
     const OSErr stored = FSCloseFork(fork);
     return error != noErr ? error : stored;
+}
+
+OSErr ComposeIcon(const Image& image, std::string* icon) {
+    return ComposeIconFamily(image, icon);
+}
+
+OSErr SetIconInFork(short forkRefNum, const std::string& icon) {
+    const Host::Fork* const fork = Host::FindFork(forkRefNum);
+    if (fork == nullptr) return rfNumErr;
+    if (fork->content == nullptr) return paramErr;
+    return fork->facts.mayWrite ? PutIntoFork(icon, fork->content) : permErr;
 }
 
 }  // namespace Ondrel

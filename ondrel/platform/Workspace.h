@@ -2,6 +2,8 @@
 #ifndef ONDREL_PLATFORM_WORKSPACE_H
 #define ONDREL_PLATFORM_WORKSPACE_H
 
+#include <string>
+
 #include "ondrel/platform/Errors.h"
 #include "ondrel/platform/Export.h"
 #include "ondrel/platform/Images.h"
@@ -19,6 +21,15 @@ namespace Ondrel {
 // dskFulErr: the fork would be longer than its map can tell (16 MiB of data). Otherwise the host's
 // failure.
 ONDREL_EXPORT OSErr SetIconForFile(const char* path, const Image& image);
+
+// The bytes of such an icon, for SetIconInFork. paramErr, memFullErr.
+ONDREL_EXPORT OSErr ComposeIcon(const Image& image, std::string* icon);
+
+// Gives the file of a resource fork that is open for writing an icon: it goes to the disk with what
+// else was written, when the fork is closed, in that one step. rfNumErr: the fork is not open.
+// permErr: not for writing. paramErr: it is a data fork. mapReadErr: what was written so far is no
+// resource fork. Otherwise as above; what was written to the fork stays after a failure.
+ONDREL_EXPORT OSErr SetIconInFork(short forkRefNum, const std::string& icon);
 
 }  // namespace Ondrel
 

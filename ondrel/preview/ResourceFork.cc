@@ -12,6 +12,7 @@
 #include "ondrel/core/FileSpec.h"
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/ResourceManager.h"
+#include "ondrel/platform/Workspace.h"
 
 namespace Ondrel {
 namespace {
@@ -74,22 +75,7 @@ ResourceFork::ResourceFork(const Uni16String& path) : path_(path) {
 
 // NOLINTNEXTLINE(bugprone-exception-escape): a duplicate ends the program, as the header says
 ResourceFork::~ResourceFork() {
-    if (forkRef_ == 0) return;
-    if (open_) CloseResource();
-    const unsigned mapStart = Position();
-    const unsigned char room[kHeaderSize] = {};
-    Write(room, sizeof room);
-    WriteResourceMap();
-    const unsigned mapEnd = Position();
-    std::string header;
-    Put32(&header, kDataStart);
-    Put32(&header, mapStart);
-    Put32(&header, mapStart - kDataStart);
-    Put32(&header, mapEnd - mapStart);
-    WriteAt(0, header.data(), header.size());
-    WriteAt(mapStart, header.data(), header.size());
-    FSCloseFork(forkRef_);
-    forkRef_ = 0;
+    Close();
 }
 
 void ResourceFork::Open() {
@@ -176,6 +162,25 @@ void ResourceFork::WriteResourceMap() {
     }
     map += names;
     Write(map.data(), map.size());
+}
+
+bool ResourceFork::Close(const std::string* icon) {
+    if (forkRef_ == 0) return false;
+    if (open_) CloseResource();
+    const unsigned mapStart = Position();
+    const unsigned char room[kHeaderSize] = {};
+    Write(room, sizeof room);
+    WriteResourceMap();
+    const unsigned mapEnd = Position();
+    std::string header;
+    Put32(&header, kDataStart);
+    Put32(&header, mapStart);
+    Put32(&header, mapStart - kDataStart);
+    Put32(&header, mapEnd - mapStart);
+    WriteAt(0, header.data(), header.size());
+    WriteAt(mapStart, header.data(), header.size());
+    if (icon != nullptr) (void)SetIconInFork(forkRef_, *icon);
+    return FSCloseFork(std::exchange(forkRef_, short{0})) == noErr;
 }
 
 void ResourceFork::RequireOpen() const {

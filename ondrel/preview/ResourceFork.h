@@ -31,6 +31,7 @@
 #define ONDREL_PREVIEW_RESOURCEFORK_H
 
 #include <list>
+#include <string>
 
 #include "ondrel/core/Unicode.h"
 #include "ondrel/platform/Export.h"
@@ -44,8 +45,7 @@ class ONDREL_EXPORT ResourceFork {
     // writes an empty header. The fork is then the thread's current resource file.
     explicit ResourceFork(const Uni16String& path);
 
-    // Closes a resource that is still open, writes map and header and closes the fork. A duplicate
-    // that comes to light here ends the program.
+    // Closes the fork unless that is done. A duplicate that comes to light here ends the program.
     ~ResourceFork();  // NOLINT(bugprone-exception-escape): meant
     ResourceFork(const ResourceFork&) = delete;
     ResourceFork& operator=(const ResourceFork&) = delete;
@@ -70,8 +70,14 @@ class ONDREL_EXPORT ResourceFork {
     // told apart by 32 bits and stored in 16.
     void CloseResource();
 
-    // Writes the map behind its first 16 bytes; the destructor's part.
+    // Writes the map behind its first 16 bytes; a part of Close.
     void WriteResourceMap();
+
+    // Closes a resource that is still open, writes map and header and closes the fork, which is
+    // stored in this moment. The file gets an icon (see ComposeIcon) with it, in one step, unless
+    // it is null or does not fit. False: the fork is not stored, and is as it was before.
+    // "Duplicate Resource".
+    bool Close(const std::string* icon = nullptr);
 
  private:
     struct Record {

@@ -1,7 +1,6 @@
 // Hands the icon's picture to the workspace.
 #include "ondrel/preview/customicon.h"
 
-#include "ondrel/platform/Images.h"
 #include "ondrel/platform/Workspace.h"
 #include "ondrel/preview/iconsquare.h"
 #include "ondrel/preview/picturerows.h"
@@ -10,13 +9,10 @@ namespace Ondrel {
 
 void AddCustomIcon(const FileSpec& file, drapix* image) {
     if (!Pictures::IsPicture(image)) return;
-    drapix* const square = Pictures::MakeIconSquare(*image);
-    if (square == nullptr) return;
+    const Pictures::IconSquare square = Pictures::MakeIconSquare(*image);
+    if (!square.IsThere()) return;
     // The path as the disk has it: the workspace looks for it byte for byte.
-    SetIconForFile(static_cast<const char*>(file),
-                   {square->base, square->width, square->height,
-                    static_cast<std::size_t>(square->rowBytes), AlphaInfo::kFirst});
-    drapixdea(square);
+    SetIconForFile(static_cast<const char*>(file), square.AsImage());
 }
 
 }  // namespace Ondrel

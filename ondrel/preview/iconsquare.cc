@@ -2,54 +2,45 @@
 #include "ondrel/preview/iconsquare.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
-
-#include "ondrel/platform/Images.h"
+#include <new>
+#include <utility>
 
 namespace Ondrel::Pictures {
 namespace {
 
 constexpr std::size_t kPixelBytes = 4;
-constexpr unsigned char kOpaque = 0xFF;
 
-// Null when there is no memory. Where the drawing fails the half stays white.
-drapix* MakeHalf(const drapix& image) {
-    drapix* const half = drapixall(image.height / 2, image.width / 2);
-    if (half == nullptr) return nullptr;
-    const BitmapContext context{half->base, half->width, half->height,
-                                static_cast<std::size_t>(half->rowBytes)};
-    DrawImage(context, {0, 0, half->width, half->height},
-              {image.base, image.width, image.height, static_cast<std::size_t>(image.rowBytes),
-               AlphaInfo::kNoneSkipFirst});
-    return half;
+// Draws the half at the top left, which makes it opaque.
+OSErr DrawHalf(const drapix& image, int width, int height, const IconSquare& square) {
+    return DrawImage({square.pixels.get(), square.side, square.side, square.RowBytes()},
+                     {0, 0, width, height},
+                     {image.base, image.width, image.height,
+                      static_cast<std::size_t>(image.rowBytes), AlphaInfo::kNoneSkipFirst});
 }
 
-void CopyOpaque(const unsigned char* from, unsigned char* to, int pixels) {
-    const auto bytes = static_cast<std::size_t>(pixels) * kPixelBytes;
-    std::memcpy(to, from, bytes);
-    for (std::size_t i = 0; i < bytes; i += kPixelBytes)
-        to[i] = kOpaque;
-}
-
-void FillSquare(drapix* half, drapix* square) {
-    for (int y = 0; y < square->height; ++y) {
-        unsigned char* const row = drabufbas(square, y);
-        std::memset(row, 0, static_cast<std::size_t>(square->rowBytes));
-        if (y < half->height) CopyOpaque(drabufbas(half, y), row, half->width);
+// Makes all but the half transparent.
+void ClearAround(int width, int height, const IconSquare& square) {
+    const std::size_t used = static_cast<std::size_t>(width) * kPixelBytes;
+    unsigned char* row = square.pixels.get();
+    for (int y = 0; y < square.side; ++y, row += square.RowBytes()) {
+        const std::size_t kept = y < height ? used : 0;
+        std::memset(row + kept, 0, square.RowBytes() - kept);
     }
 }
 
 }  // namespace
 
-drapix* MakeIconSquare(const drapix& image) {
-    if (image.width < 2 || image.height < 2) return nullptr;
-    drapix* const half = MakeHalf(image);
-    if (half == nullptr) return nullptr;
-    const int side = std::max(half->width, half->height);
-    drapix* const square = drapixall(side, side);
-    if (square != nullptr) FillSquare(half, square);
-    drapixdea(half);
+IconSquare MakeIconSquare(const drapix& image) {
+    const int width = image.width / 2;
+    const int height = image.height / 2;
+    if (width < 1 || height < 1) return {};
+    IconSquare square;
+    square.side = std::max(width, height);
+    const std::size_t size = square.RowBytes() * static_cast<std::size_t>(square.side);
+    square.pixels.reset(new (std::nothrow) unsigned char[size]);
+    if (!square.IsThere() || DrawHalf(image, width, height, square) != noErr) return {};
+    ClearAround(width, height, square);
     return square;
 }
 

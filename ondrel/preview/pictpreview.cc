@@ -2,8 +2,10 @@
 #include "ondrel/preview/pictpreview.h"
 
 #include "ondrel/platform/Types.h"
+#include "ondrel/platform/Workspace.h"
 #include "ondrel/preview/currentfile.h"
 #include "ondrel/preview/customicon.h"
+#include "ondrel/preview/iconsquare.h"
 #include "ondrel/preview/picturerows.h"
 
 namespace Ondrel {
@@ -38,12 +40,35 @@ void WritePointer(ResourceFork* fork) {
     fork->CloseResource();
 }
 
-void WritePreview(const FileSpec& file, const drapix& image, int resolution, const draenv* mask) {
+// Empty where the picture gives none.
+std::string IconOf(const drapix& image) {
+    std::string icon;
+    const IconSquare square = MakeIconSquare(image);
+    if (square.IsThere() && ComposeIcon(square.AsImage(), &icon) != noErr) icon.clear();
+    return icon;
+}
+
+// Writes the fork, and the icon with it, unless it is null. False: nothing is stored.
+bool WritePreview(const FileSpec& file, const drapix& image, int resolution, const draenv* mask,
+                  const std::string* icon) {
     Uni16String path;
     file.GetPathUni16(path);
     ResourceFork fork(path);
     WritePicture(&fork, image, resolution, mask);
     WritePointer(&fork);
+    return fork.Close(icon);
+}
+
+// The preview and the icon go to the disk in one step. Where there is no room for both, the preview
+// alone may find some. The icon is made first: what it takes of memory is given back before the
+// picture takes its own. False: there is no icon yet.
+bool WritePreviewAndIcon(const FileSpec& file, const drapix& image, int resolution,
+                         const draenv* mask) {
+    if (!FitsFork(image, mask)) return false;
+    const std::string icon = IconOf(image);
+    if (!icon.empty() && WritePreview(file, image, resolution, mask, &icon)) return true;
+    WritePreview(file, image, resolution, mask, nullptr);
+    return false;
 }
 
 }  // namespace
@@ -51,13 +76,13 @@ void WritePreview(const FileSpec& file, const drapix& image, int resolution, con
 void filpictpreview(const FileSpec& file, drapix* image, int resolution, draenv* mask) {
     if (!file.IsUsable() || !IsPicture(image)) return;
     const KeepCurrentResourceFile current;
-    const draenv* const usedMask = IsMask(mask) ? mask : nullptr;
+    bool hasIcon = false;
     try {
-        if (FitsFork(*image, usedMask)) WritePreview(file, *image, resolution, usedMask);
+        hasIcon = WritePreviewAndIcon(file, *image, resolution, IsMask(mask) ? mask : nullptr);
     } catch (const char*) {
         // The fork has then no preview; the icon is worth setting nevertheless.
     }
-    AddCustomIcon(file, image);
+    if (!hasIcon) AddCustomIcon(file, image);
 }
 
 }  // namespace Ondrel

@@ -18,6 +18,17 @@ using Testing::SmallFork;
 constexpr FourCC kIcns = MakeFourCC("icns");
 constexpr std::int16_t kCustomIcon = -16455;
 
+// After a failure the fork must be as it was.
+OSErr ForkWithResource(std::string_view fork, FourCC type, std::int16_t id, std::string_view data,
+                       std::string* composed) {
+    *composed = fork;
+    const OSErr code = PutResource(type, id, data, composed);
+    if (code != noErr) {
+        EXPECT_EQ(*composed, fork);
+    }
+    return code;
+}
+
 std::string With(std::string_view fork, FourCC type, std::int16_t id, std::string_view data) {
     std::string composed;
     EXPECT_EQ(ForkWithResource(fork, type, id, data, &composed), noErr);
@@ -96,6 +107,29 @@ TEST(ComposeFork, ResourcesThatShareTheirBytesGoOnDoingSo) {
     EXPECT_EQ(Get32(composed, 8), 9U + 5U);
 }
 
+// The fork with a gap in its data is composed anew, the other one only extended.
+TEST(ComposeFork, DataThatLieAsTheyAreToLieAreNotMovedAndNothingElseDiffers) {
+    const std::string compact = With(SmallFork(), kIcns, 1, "first");
+    std::string gaping = SmallFork();
+    gaping.insert(0x100, 6, '\0');
+    Put32(gaping, 4, 0x113 + 6);
+    Put32(gaping, 8, 0x13 + 6);
+    const std::size_t references = 0x113 + 6 + 46;
+    for (const std::size_t reference : {references, references + 12, references + 24}) {
+        const std::uint32_t place = Get32(gaping, reference + 4);
+        Put32(gaping, reference + 4, place + 6);
+    }
+    EXPECT_EQ(Hex(With(gaping, kIcns, 1, "first")), Hex(compact));
+    const std::string behind = compact + "bytes that no resource uses";
+    EXPECT_EQ(Hex(With(behind, kIcns, 2, "second")), Hex(With(compact, kIcns, 2, "second")));
+    std::string grown = compact;
+    const std::size_t before = grown.capacity();
+    grown.reserve(before + 1000);
+    const char* const place = grown.data();
+    EXPECT_EQ(PutResource(kIcns, 2, "second", &grown), noErr);
+    EXPECT_EQ(grown.data(), place) << "the bytes were moved";
+}
+
 TEST(ComposeFork, DamagedForksAreRefused) {
     std::string outside = SmallFork();
     outside[0x113 + 46 + 7] = 0x7F;  // the first resource lies behind the data
@@ -103,9 +137,8 @@ TEST(ComposeFork, DamagedForksAreRefused) {
     lies[0x100] = 0x7F;  // and here it is longer than the fork
     for (const std::string& fork :
          {std::string("text"), outside, lies, SmallFork().substr(0, 300)}) {
-        std::string composed = "untouched";
+        std::string composed;
         EXPECT_EQ(ForkWithResource(fork, kIcns, kCustomIcon, "!", &composed), -199);
-        EXPECT_EQ(composed, "untouched");
     }
 }
 

@@ -226,6 +226,63 @@ TEST(Workspace, AfterAnyFailedCallForkAndFlagAreAsTheyWere) {
     }
 }
 
+// --- Icons in an open fork ----------------------------------------------------------------------
+
+TEST(IconsInForks, TheyAreStoredWithTheForkInOneStep) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "data");
+    scratch.Write("._a", SidecarWith("TEXTttxt", "an old fork of no use"));
+    const std::string old = ReadAll(scratch.Path("._a"));
+    std::string icon;
+    ASSERT_EQ(ComposeIcon(Picture(), &icon), noErr);
+    EXPECT_EQ(Hex(icon), Hex(Icon()));
+    short fork = 0;
+    ASSERT_EQ(Testing::OpenResourceFork(path, fsRdWrPerm, &fork), noErr);
+    const std::string written = Testing::EmptyForkBytes();
+    ASSERT_EQ(FSWriteFork(fork, fsFromStart, 0, written.size(), written.data(), nullptr), noErr);
+    ASSERT_EQ(SetIconInFork(fork, icon), noErr);
+    EXPECT_EQ(ReadAll(scratch.Path("._a")), old) << "stored too early";
+    {
+        const Testing::FaultPlan counted(1000000, ENOSPC, "renameat2");
+        EXPECT_EQ(FSCloseFork(fork), noErr);
+        EXPECT_EQ(counted.Calls(), 1);
+    }
+    std::string expected = SidecarWith("TEXTttxt", IconFork());
+    expected[58] = '\x04';  // the flag
+    EXPECT_EQ(Hex(ReadAll(scratch.Path("._a"))), Hex(expected));
+}
+
+TEST(IconsInForks, AnIconThatDoesNotFitLeavesWhatWasWritten) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "data");
+    short fork = 0;
+    ASSERT_EQ(Testing::OpenResourceFork(path, fsRdWrPerm, &fork), noErr);
+    ASSERT_EQ(FSWriteFork(fork, fsFromStart, 0, 12, "no resources", nullptr), noErr);
+    EXPECT_EQ(SetIconInFork(fork, Icon()), -199);
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    EXPECT_EQ(Hex(ReadAll(scratch.Path("._a"))), Hex(SidecarWith("", "no resources")));
+}
+
+TEST(IconsInForks, OnlyAResourceForkThatIsWrittenTakesOne) {
+    const Scratch scratch;
+    const std::string path = scratch.Write("a", "data");
+    EXPECT_EQ(SetIconInFork(12345, Icon()), -51);
+    short fork = 0;
+    ASSERT_EQ(Testing::OpenResourceFork(path, fsRdPerm, &fork), noErr);
+    EXPECT_EQ(SetIconInFork(fork, Icon()), -54);
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    FSRef ref;
+    ASSERT_EQ(FSPathMakeRef(path.c_str(), &ref), noErr);
+    ASSERT_EQ(FSOpenFork(&ref, 0, nullptr, fsRdWrPerm, &fork), noErr);
+    EXPECT_EQ(SetIconInFork(fork, Icon()), -50);
+    EXPECT_EQ(FSCloseFork(fork), noErr);
+    std::string icon;
+    EXPECT_EQ(ComposeIcon({}, &icon), -50);
+    EXPECT_FALSE(Exists(scratch.Path("._a")));
+}
+
+// --- Forks of others ----------------------------------------------------------------------------
+
 TEST(Workspace, SidecarsOfOthersKeepEverythingElse) {
     if (Testing::CorpusFolder().empty()) GTEST_SKIP() << "the corpus is not here";
     int changed = 0;

@@ -4,21 +4,19 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <string>
-#include <vector>
 
 #include "ondrel/platform/ResourceManager.h"
 #include "ondrel/platform/Types.h"
 #include "tests/preview/ForkBytes.h"
 #include "tests/preview/PackBitsPeers.h"
 #include "tests/preview/Pixels.h"
+#include "tests/preview/PreviewHelpers.h"
 #include "tests/records/Allocations.h"
-#include "tests/support/FaultPlan.h"
 #include "tests/support/Scratch.h"
 
 namespace Ondrel::Testing {
@@ -30,23 +28,6 @@ std::string HeaderOf(int width, int height) {
     const std::string h = Hex16(height);
     return "0032 0000 0000" + h + w + "0011 02FF 0C00 FFFFFFFF 00000000 00000000" + w + "0000" + h +
            "0000 00000000 001E 0001 000A 0000 0000" + h + w;
-}
-
-// The bytes of the picture in a preview's fork, whose first resource it is.
-std::string PictureOf(const std::string& path) {
-    const std::string fork = ForkBytes(path);
-    if (fork.size() < 260) return "";
-    std::size_t length = 0;
-    for (std::size_t i = 256; i < 260; ++i)
-        length = length << 8 | static_cast<unsigned char>(fork[i]);
-    return fork.substr(260, length);
-}
-
-std::string Preview(const Scratch& scratch, const OwnedPix& image, draenv* mask = nullptr,
-                    int resolution = 72) {
-    const std::string path = scratch.Write("document", "data");
-    filpictpreview(FileSpec(Wide(path)), image.get(), resolution, mask);
-    return PictureOf(path);
 }
 
 // --- The bytes ----------------------------------------------------------------------------------
@@ -219,34 +200,6 @@ TEST(PictPreview, PackedRowsDecodeToThePlanesOfThePicture) {
 
 // --- What else happens to the file --------------------------------------------------------------
 
-struct Listed {
-    std::vector<ResourceInfo> resources;
-    OSErr code = noErr;
-};
-
-Listed List(const std::string& path) {
-    Listed listed;
-    HFSUniStr255 name;
-    FSGetResourceForkName(&name);
-    short file = 0;
-    const FileSpec spec(Wide(path));
-    listed.code = FSOpenResourceFile(spec, name.length, name.unicode, fsRdPerm, &file);
-    if (listed.code != noErr) return listed;
-    listed.code = ListResources(file, &listed.resources);
-    CloseResFile(file);
-    return listed;
-}
-
-std::string Types(const Listed& listed) {
-    std::string types;
-    for (const ResourceInfo& info : listed.resources) {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            types += static_cast<char>(info.type >> shift & 255);
-        types += " " + std::to_string(info.id) + " " + info.name + "; ";
-    }
-    return types;
-}
-
 // The custom-icon flag of the Finder Info in our sidecars.
 bool HasIconFlag(const std::string& path) {
     return Exists(SidecarOf(path)) && (ReadAll(SidecarOf(path)).at(58) & 0x04) != 0;
@@ -371,33 +324,6 @@ TEST(PictPreview, APictureThatNoForkCanHoldGetsAnIconAlone) {
     Preview(scratch, BlankMap(2400, 2340));
     EXPECT_EQ(Types(List(scratch.Path("document"))),
               "PICT 256 Preview; pnot 0 Preview; icns -16455 ; ");
-}
-
-// Whatever call fails, what is there can be read: the old fork, the new one, or the new one
-// without its icon.
-TEST(PictPreview, AFailureLeavesAForkThatCanBeRead) {
-    const Scratch scratch;
-    Preview(scratch, NoiseMap(40, 30, 1));
-    const std::string path = scratch.Path("document");
-    const std::string old = ReadAll(SidecarOf(path));
-    const OwnedPix image = NoiseMap(50, 40, 2);
-    const int descriptors = OpenDescriptors();
-    bool finished = false;
-    for (int n = 1; !finished; ++n) {
-        ASSERT_LT(n, 1000);
-        {
-            const FaultPlan plan(n, ENOSPC);
-            filpictpreview(FileSpec(Wide(path)), image.get(), 72, nullptr);
-            finished = !plan.Fired();
-        }
-        const std::string types = Types(List(path));
-        EXPECT_TRUE(types == "PICT 256 Preview; pnot 0 Preview; icns -16455 ; " ||
-                    types == "PICT 256 Preview; pnot 0 Preview; ")
-            << n << ": " << types;
-        EXPECT_EQ(ReadAll(path), "data") << n;
-        EXPECT_EQ(OpenDescriptors(), descriptors) << n;
-        WriteAll(SidecarOf(path), old);
-    }
 }
 
 // --- As others read it --------------------------------------------------------------------------
