@@ -112,7 +112,8 @@ TEST(AliasRecord, NulsBetweenAndBehindNamesAreNoPartOfThem) {
 }
 
 TEST(AliasRecord, CountsOfNamesStayInTheirFields) {
-    std::string bytes = AliasVersion2("V", "n", 9, Part(14, Short(4000) + "\0A\0B"));
+    std::string bytes =
+        AliasVersion2("V", "n", 9, Part(14, Short(4000) + std::string("\0A\0B", 4)));
     bytes[10] = '\xFF';
     bytes[50] = '\xFF';
     AliasRecord record;
