@@ -15,14 +15,22 @@ constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
 
 thread_local constinit std::size_t refusedFrom = kNever;
 thread_local constinit std::size_t refusedTo = 0;
+thread_local constinit int refusedCount = 0;  // of the one request to be refused; 0: all are
+thread_local constinit int seenCount = 0;
 thread_local constinit std::size_t largest = 0;
 thread_local constinit int mark = -1;
+
+bool IsRefused(std::size_t size) noexcept {
+    if (size < refusedFrom || size > refusedTo) return false;
+    ++seenCount;
+    return refusedCount == 0 || refusedCount == seenCount;
+}
 
 }  // namespace
 
 void* AllocateOrNull(std::size_t size) noexcept {
     largest = std::max(largest, size);
-    if (size >= refusedFrom && size <= refusedTo) return nullptr;
+    if (IsRefused(size)) return nullptr;
     void* const block = std::malloc(size == 0 ? 1 : size);
     if (block != nullptr && mark >= 0) std::memset(block, mark, size);
     return block;
@@ -34,7 +42,9 @@ void* Allocate(std::size_t size) {
     return block;
 }
 
-RefuseAllocations::RefuseAllocations(std::size_t from, std::size_t to) {
+RefuseAllocations::RefuseAllocations(std::size_t from, std::size_t to, int nth) {
+    refusedCount = nth;
+    seenCount = 0;
     refusedFrom = from;
     refusedTo = to;
 }

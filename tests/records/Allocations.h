@@ -6,10 +6,11 @@
 
 namespace Ondrel::Testing {
 
-// While it lives, requests of this thread for `from` to `to` bytes fail.
+// While it lives, requests of this thread for `from` to `to` bytes fail: all of them, or the n-th
+// alone, counted from 1.
 class RefuseAllocations {
  public:
-    RefuseAllocations(std::size_t from, std::size_t to);
+    RefuseAllocations(std::size_t from, std::size_t to, int nth = 0);
     ~RefuseAllocations();
     RefuseAllocations(const RefuseAllocations&) = delete;
     RefuseAllocations& operator=(const RefuseAllocations&) = delete;
