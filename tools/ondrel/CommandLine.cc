@@ -15,9 +15,56 @@ namespace {
 constexpr int kFirstLongOption = 256;  // above every character
 constexpr int kHelp = 255;
 constexpr std::size_t kHelpColumn = 30;
+constexpr std::size_t kHelpWidth = 80;
 
 std::string JoinedBy(std::string_view separator, const std::vector<std::string>& words) {
     return fmt::format("{}", fmt::join(words, separator));
+}
+
+// The words of a paragraph in lines that are no wider than the help; lines behind the first begin
+// at the column.
+std::string Wrapped(std::string_view paragraph, std::size_t column) {
+    std::string out;
+    std::size_t used = column;
+    while (!paragraph.empty()) {
+        const std::size_t length = std::min(paragraph.find(' '), paragraph.size());
+        if (used > column && used + 1 + length > kHelpWidth) {
+            out += "\n" + std::string(column, ' ');
+            used = column;
+        } else if (used > column) {
+            out += ' ';
+            ++used;
+        }
+        out += paragraph.substr(0, length);
+        used += length;
+        paragraph.remove_prefix(std::min(length + 1, paragraph.size()));
+    }
+    return out;
+}
+
+// Texts of several paragraphs, which empty lines part; lines that begin with a blank are examples
+// and stay as they are.
+std::string Filled(std::string_view text) {
+    std::string out;
+    std::string paragraph;
+    const auto end = [&] {
+        if (!paragraph.empty()) out += Wrapped(paragraph, 0) + "\n";
+        paragraph.clear();
+    };
+    while (!text.empty()) {
+        const std::size_t length = std::min(text.find('\n'), text.size());
+        const std::string_view line = text.substr(0, length);
+        if (line.empty() || line.front() == ' ') {
+            end();
+            out += std::string(line) + "\n";
+        } else {
+            if (!paragraph.empty()) paragraph += ' ';
+            paragraph += line;
+        }
+        text.remove_prefix(std::min(length + 1, text.size()));
+    }
+    end();
+    return out;
 }
 
 int NumberIn(const std::string& option, const std::string& text, int least, int most) {
@@ -117,7 +164,7 @@ void Command::AppendOptions(std::string* help) const {
         left = "  " + left;
         if (left.size() + 2 > kHelpColumn) left += "\n";
         const std::size_t column = left.size() - (left.rfind('\n') + 1);
-        *help += left + std::string(kHelpColumn - column, ' ') + right + "\n";
+        *help += left + std::string(kHelpColumn - column, ' ') + Wrapped(right, kHelpColumn) + "\n";
     };
     if (!subcommands_.empty()) {
         *help += "\nCommands:\n";
@@ -134,9 +181,9 @@ void Command::AppendOptions(std::string* help) const {
 }
 
 std::string Command::Help() const {
-    std::string help = Usage() + "\n" + summary_ + "\n";
+    std::string help = Usage() + "\n" + Filled(summary_);
     AppendOptions(&help);
-    if (!notes_.empty()) help += "\n" + notes_ + "\n";
+    if (!notes_.empty()) help += "\n" + Filled(notes_);
     return help;
 }
 

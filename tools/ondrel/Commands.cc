@@ -16,6 +16,8 @@ constexpr Row kCommands[] = {
     {"info", "Tells what a file holds: forks, codes, resources, preview, paths.", DescribeInfo},
     {"codes", "Shows or sets a file's type and creator codes.", DescribeCodes},
     {"fork", "Lists, exports or imports a file's resource fork.", DescribeFork},
+    {"preview", "Shows and sets previews, and makes contact sheets of them.", DescribePreview},
+    {"pict", "Makes PNG files of the Mac's pictures.", DescribePict},
     {"path", "Writes a path in the syntaxes of other systems.", DescribePath},
     {"find", "Finds a file again that has moved.", DescribeFind},
     {"dump", "Reads a document by its layout and prints every stored value.", DescribeDump},

@@ -14,7 +14,10 @@ void DescribeFork(Command* command);
 void DescribeInfo(Command* command);
 void DescribeLinks(Command* command);
 void DescribePath(Command* command);
+void DescribePict(Command* command);
+void DescribePreview(Command* command);
 void DescribeSave(Command* command);
+void DescribeSheet(Command* command);  // of preview
 
 // All of them, as subcommands of the program.
 Command AllCommands();

@@ -63,6 +63,8 @@ Status ForEachFile(const std::vector<std::string>& files,
     for (const std::string& file : files) {
         try {
             worst = Worse(worst, operation(file));
+        } catch (const OutputFailure&) {
+            throw;
         } catch (const Failure& failure) {
             Complain(failure.Subject(), failure.what());
             worst = Worse(worst, failure.GetStatus());

@@ -39,6 +39,12 @@ class Failure : public std::runtime_error {
     std::string subject_;
 };
 
+// Standard output cannot be written: no other file is to have its turn.
+class OutputFailure : public Failure {
+ public:
+    using Failure::Failure;
+};
+
 [[noreturn]] void Fail(std::string_view subject, const std::string& message);
 [[noreturn]] void FailUsage(const std::string& message);
 

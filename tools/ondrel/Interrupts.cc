@@ -77,6 +77,7 @@ void WaitForInput(int fd) {
 
 void PrepareSignals() {
     (void)std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGXFSZ, SIG_IGN);
     Ondrel::SetCancelHandler([](int, int) { return IsInterrupted() ? 1 : 0; });
 }
 

@@ -35,8 +35,9 @@ void CheckInterrupt();
 // Waits until a descriptor can be read; throws Interrupted where a signal comes first.
 void WaitForInput(int fd);
 
-// For main: a write to a pipe without a reader fails instead of ending the program, the library's
-// long operations ask for interrupts, and signals that the caller wants ignored stay so.
+// For main: a write to a pipe without a reader, or beyond the limit for a file's size, fails
+// instead of ending the program, the library's long operations ask for interrupts, and signals that
+// the caller wants ignored stay so.
 void PrepareSignals();
 
 }  // namespace OndrelTool

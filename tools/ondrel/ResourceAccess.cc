@@ -89,6 +89,10 @@ void WriteFork(const std::string& file, std::string_view bytes) {
     fork.Close();
 }
 
+void RequireWritableFork(const std::string& file) {
+    const OpenFork fork(file, fsRdWrPerm);
+}
+
 std::vector<ResourceInfo> ResourcesOf(const std::string& file, std::string_view fork) {
     std::vector<ResourceInfo> resources;
     const OSErr error = ListForkResources(fork, &resources);

@@ -19,6 +19,9 @@ std::string ReadFork(const std::string& file);
 // Failure, and the fork is the old one then.
 void WriteFork(const std::string& file, std::string_view bytes);
 
+// Throws a Failure where the fork could not be written, which is not tried.
+void RequireWritableFork(const std::string& file);
+
 // The resources of a fork. Throws a Failure that names the file where the fork is damaged; an empty
 // fork has none.
 std::vector<Ondrel::ResourceInfo> ResourcesOf(const std::string& file, std::string_view fork);

@@ -21,9 +21,10 @@ std::string buffered;
 [[noreturn]] void FailOutput() {
     const int error = errno;
     buffered.clear();
-    if (error == EPIPE) Fail("standard output", "its reader has gone");
-    if (error == EBADF) Fail("standard output", "is closed");
-    Fail("standard output", Explain(Ondrel::ErrorFromErrno(error)));
+    const std::string message = error == EPIPE   ? "its reader has gone"
+                                : error == EBADF ? "is closed"
+                                                 : Explain(Ondrel::ErrorFromErrno(error));
+    throw OutputFailure(Status::kFailed, "standard output", message);
 }
 
 }  // namespace

@@ -138,7 +138,9 @@ bool EnterNext(FolderTree* tree) {
 void FindAll(const std::string& folder, const SoughtName& name, bool deep, Matches* matches) {
     Progress progress("Folders looked at:", 0);
     FolderTree tree;
-    FailOnError(tree.Open(folder.c_str()), folder);
+    const OSErr opened = tree.Open(folder.c_str());
+    if (opened == fnfErr || opened == dirNFErr) return;
+    FailOnError(opened, folder);
     if (!TakeItems(&tree, name, matches) || !deep) return;
     for (;;) {
         if (EnterNext(&tree)) {
@@ -180,7 +182,7 @@ void FindOnVolume(filref reference, Matches* matches) {
     }
     const std::string volume =
         std::string(reference.path).substr(0, std::string_view(reference.path).find(':'));
-    if (result == 1) Fail(volume, "no volume of that name is mounted");
+    if (result == 1) throw Failure(Status::kNothing, volume, "no volume of that name is mounted");
     if (result == -2) Fail(volume, "the volume could not be searched to its end");
     if (result != 0) FailOnError(static_cast<OSErr>(result), volume);
 }

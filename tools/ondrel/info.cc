@@ -10,6 +10,7 @@
 #include "tools/ondrel/Commands.h"
 #include "tools/ondrel/FileArgument.h"
 #include "tools/ondrel/PathForms.h"
+#include "tools/ondrel/PreviewAccess.h"
 #include "tools/ondrel/ResourceAccess.h"
 #include "tools/ondrel/ResourceTable.h"
 #include "tools/ondrel/StandardOutput.h"
@@ -39,6 +40,7 @@ struct Facts {
     std::optional<std::uint64_t> forkSize;
     std::optional<FileCodes> codes;
     std::vector<ResourceInfo> resources;
+    std::optional<PreviewSize> preview;
     std::set<IconSize> icons;
     std::vector<std::pair<std::string, std::string>> pathForms;  // by form
     Status status = Status::kDone;
@@ -104,7 +106,8 @@ void GatherFork(const std::string& file, Facts* facts) {
     const std::string fork = ReadFork(file);
     facts->forkSize = fork.size();
     facts->resources = ResourcesOf(file, fork);
-    facts->icons = IconSizesOf(file);
+    Try(facts, [&] { facts->preview = ReadPreviewSize(file); });
+    Try(facts, [&] { facts->icons = IconSizesOf(file); });
 }
 
 Facts Gather(const std::string& file) {
@@ -154,6 +157,9 @@ void ShowFacts(const Facts& facts) {
         Row(title, line);
         title = "";
     }
+    if (facts.preview)
+        Row("preview", fmt::format("{} x {} pixels (PICT {})", facts.preview->width,
+                                   facts.preview->height, facts.preview->id));
     ShowIcons(facts.icons);
     for (const auto& [form, text] : facts.pathForms)
         if (form != NameOf(PathForm::kPosix)) Row((form + " path").c_str(), Printable(text));
@@ -169,6 +175,11 @@ Json FactsAsJson(const Facts& facts) {
     json["creator"] = codes.creator == 0 ? Json() : Json(CodeText(codes.creator));
     json["finderFlags"] = {{"value", codes.finderFlags}, {"names", FlagNames(codes.finderFlags)}};
     json["resources"] = ResourcesAsJson(facts.resources);
+    json["preview"] = Json();
+    if (facts.preview)
+        json["preview"] = {{"id", facts.preview->id},
+                           {"width", facts.preview->width},
+                           {"height", facts.preview->height}};
     json["icons"] = Json::array();
     for (const IconSize& size : facts.icons)
         json["icons"].push_back({{"width", size.width}, {"height", size.height}});

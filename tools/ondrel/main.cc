@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "ondrel/platform/Bundle.h"
 #include "tools/ondrel/Commands.h"
 #include "tools/ondrel/Failure.h"
 #include "tools/ondrel/Interrupts.h"
@@ -34,6 +35,8 @@ Status Guarded(Operation operation) {
 int main(int argc, char** argv) {
     GuardStandardStreams();
     PrepareSignals();
+    // Names of the library's temporary files begin with the creator.
+    Ondrel::SetMainBundlePackageInfo(Ondrel::MakeFourCC("APPL"), Ondrel::MakeFourCC("Ondr"));
     const std::vector<std::string> words(argv, argv + argc);
     const Status status = Guarded([&] { return AllCommands().Execute(words); });
     const Status finished = Guarded([] {

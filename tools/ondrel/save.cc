@@ -9,7 +9,6 @@
 #include "ondrel/core/FileSpecFunctions.h"
 #include "ondrel/fil/safesave.h"
 #include "ondrel/filref/operations.h"
-#include "ondrel/platform/Bundle.h"
 #include "tools/ondrel/Commands.h"
 #include "tools/ondrel/FileArgument.h"
 #include "tools/ondrel/Interrupts.h"
@@ -77,7 +76,6 @@ class NewVersion {
 Status Save(const Options& options) {
     const std::string place = PlaceForWriting(options.file);
     const HoldInterrupts hold;
-    SetMainBundlePackageInfo(MakeFourCC("APPL"), MakeFourCC("Ondr"));
     NewVersion version(place, options.file);
     ReadStandardInput([&](std::string_view bytes) { version.Write(bytes); });
     if (version.Size() == 0 && !options.allowEmpty) {
