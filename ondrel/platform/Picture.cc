@@ -23,8 +23,8 @@ constexpr std::int64_t kMostFramePixels = std::int64_t{16} << 20;
 // more for each byte and pixel of it.
 std::uint64_t WorkFor(std::size_t bytes, int width, int height) {
     constexpr std::uint64_t kAnyPicture = 32'000'000;
-    constexpr std::uint64_t kByte = 64;
-    constexpr std::uint64_t kPixel = 2;
+    constexpr std::uint64_t kByte = 24;
+    constexpr std::uint64_t kPixel = 4;
     return kAnyPicture + kByte * bytes +
            kPixel * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
 }

@@ -9,7 +9,11 @@ namespace Ondrel::Testing {
 namespace {
 
 constexpr std::size_t kNameColumn = 0;
+constexpr std::size_t kKindColumn = 3;
 constexpr std::size_t kContentColumn = 6;
+constexpr std::size_t kSizeColumn = 8;
+constexpr std::size_t kReferenceColumn = 9;
+constexpr std::size_t kCertaintyColumn = 10;
 constexpr std::size_t kRemarksColumn = 11;
 
 std::vector<std::string> Columns(std::string_view line) {
@@ -39,8 +43,11 @@ std::vector<CorpusFile> CorpusFiles(std::string_view start) {
     for (std::string line; std::getline(manifest, line);) {
         const std::vector<std::string> columns = Columns(line);
         if (columns.size() <= kRemarksColumn || !columns[kNameColumn].starts_with(start)) continue;
+        const std::string& reference = columns[kReferenceColumn];
         files.push_back({columns[kNameColumn], folder + "/" + columns[kNameColumn],
-                         columns[kContentColumn], columns[kRemarksColumn]});
+                         columns[kKindColumn], columns[kContentColumn], columns[kSizeColumn],
+                         reference == "-" ? std::string() : folder + "/" + reference,
+                         columns[kCertaintyColumn], columns[kRemarksColumn]});
     }
     return files;
 }

@@ -15,9 +15,13 @@ std::string CorpusFolder();
 
 // One row of the manifest.
 struct CorpusFile {
-    std::string name;     // "forks/ad_..."
-    std::string path;     // the file itself
-    std::string content;  // what the manifest says is in it
+    std::string name;       // "forks/ad_..."
+    std::string path;       // the file itself
+    std::string kind;       // "pict/raster16"
+    std::string content;    // what the manifest says is in it
+    std::string size;       // of a picture: "450x280"
+    std::string reference;  // a PNG file; empty for none
+    std::string certainty;  // how far that can be trusted
     std::string remarks;
 };
 

@@ -59,13 +59,12 @@ TEST(LayoutGroups, ANamedCountIsTheOneThatWasReadLast) {
 }
 
 TEST(LayoutGroups, GroupsNest) {
-    EXPECT_EQ(
-        Walked("00 00 00 05 02 00 01 07 00",
-               "doc: block { list: repeat u8 { block16 { repeat * { u8 } } } }"),
-        (Lines{"0-4 doc 00 00 00 05 = 5", "4-5 doc.list 02 = 2",
-               "5-7 doc.list[0].block16 00 01 = 1", "7-8 doc.list[0].repeat[0].u8 07 = 7",
-               "AT 8 doc.list[1].block16: the document ends at 9 | Unexpected end of file error "
-               "(#-39) while reading file ..."}));
+    const std::string ended = "Unexpected end of file error (#-39) while reading file ...";
+    EXPECT_EQ(Walked("00 00 00 05 02 00 01 07 00",
+                     "doc: block { list: repeat u8 { block16 { repeat * { u8 } } } }"),
+              (Lines{"0-4 doc 00 00 00 05 = 5", "4-5 doc.list 02 = 2",
+                     "5-7 doc.list[0].block16 00 01 = 1", "7-8 doc.list[0].repeat[0].u8 07 = 7",
+                     "AT 8 doc.list[1].block16: the document ends at 9 | " + ended}));
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ namespace {
 std::string PlaceIn(const std::string& text, std::size_t offset) {
     const std::string before = text.substr(0, offset);
     const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0
-    const std::string column = fmt::format("column {}", before.size() - lineStart + 1);
+    std::string column = fmt::format("column {}", before.size() - lineStart + 1);
     if (text.find('\n') == std::string::npos) return column;
     return fmt::format("line {}, {}", 1 + std::count(before.begin(), before.end(), '\n'), column);
 }

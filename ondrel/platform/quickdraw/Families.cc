@@ -25,10 +25,29 @@ constexpr std::uint16_t kTimesWidths[95] = {
     333, 500, 500, 278, 278, 500, 278, 778, 500, 500, 500, 500, 333, 389,  // fghijklmnopqrs
     278, 500, 500, 722, 500, 500, 444, 480, 200, 480, 541};                // tuvwxyz{|}~
 
+constexpr std::uint16_t kHelveticaBoldWidths[95] = {
+    278, 333, 474, 556, 556, 889, 722, 238, 333, 333, 389, 584, 278, 333, 278, 278, 556, 556, 556,
+    556, 556, 556, 556, 556, 556, 556, 333, 333, 584, 584, 584, 611, 975, 722, 722, 722, 722, 667,
+    611, 778, 722, 278, 556, 722, 611, 833, 722, 778, 667, 778, 722, 667, 611, 722, 667, 944, 667,
+    667, 611, 333, 278, 333, 584, 556, 333, 556, 611, 556, 611, 556, 333, 611, 611, 278, 278, 556,
+    278, 889, 611, 611, 611, 611, 389, 556, 333, 611, 556, 778, 556, 556, 500, 389, 280, 389, 584};
+
+constexpr std::uint16_t kTimesBoldWidths[95] = {
+    250, 333, 555, 500, 500, 1000, 833, 278,  333, 333, 500, 570, 250, 333, 250, 278,
+    500, 500, 500, 500, 500, 500,  500, 500,  500, 500, 333, 333, 570, 570, 570, 500,
+    930, 722, 667, 722, 722, 667,  611, 778,  778, 389, 500, 778, 667, 944, 722, 778,
+    611, 778, 722, 556, 667, 722,  722, 1000, 722, 722, 667, 333, 278, 333, 581, 500,
+    333, 500, 556, 444, 556, 444,  333, 500,  556, 278, 333, 556, 278, 833, 556, 500,
+    556, 556, 444, 389, 333, 556,  500, 722,  500, 500, 444, 394, 220, 394, 520};
+
 constexpr int kCourierWidth = 600;
 constexpr int kMonacoWidth = 615;  // six pixels in its smallest size, seven in the next
 
-enum class Widths { kOwn, kHelvetica, kTimes, kCourier, kMonaco };
+// Measured where pictures tell how long their texts are.
+constexpr int kChicagoMean = 555;
+constexpr int kGenevaMean = 500;
+
+enum class Widths { kOwn, kChicago, kGeneva, kHelvetica, kTimes, kCourier, kMonaco };
 
 struct KnownFamily {
     int number;
@@ -46,10 +65,10 @@ constexpr std::string_view kScript = "URW Chancery L,Z003,cursive";
 constexpr int kNoNumber = 0x10000;  // family numbers are of 16 bits
 
 constexpr KnownFamily kFamilies[] = {
-    {0, "Chicago", "Charcoal,DejaVu Sans,sans-serif", Widths::kOwn, true},
-    {1, "Geneva", kSans},
+    {0, "Chicago", "Charcoal,DejaVu Sans,sans-serif", Widths::kChicago, true},
+    {1, "Geneva", kSans, Widths::kGeneva},
     {2, "New York", kSerif},
-    {3, "Geneva", kSans},
+    {3, "Geneva", kSans, Widths::kGeneva},
     {4, "Monaco", "DejaVu Sans Mono,monospace", Widths::kMonaco},
     {5, "Venice", kScript},
     {6, "London", "Old London,UnifrakturMaguntia,DejaVu Serif,serif"},
@@ -81,19 +100,33 @@ constexpr KnownFamily kFamilies[] = {
 };
 constexpr int kApplicationFamily = 1;
 
-FamilyWidths WidthsOf(Widths kind) {
+void SetWidths(Widths kind, FamilyChoice* choice) {
     switch (kind) {
-        case Widths::kHelvetica:
-            return {kHelveticaWidths, 0};
-        case Widths::kTimes:
-            return {kTimesWidths, 0};
-        case Widths::kCourier:
-            return {nullptr, kCourierWidth};
+        case Widths::kOwn:
+            return;
+        case Widths::kChicago:
+            choice->widths.mean = kChicagoMean;
+            break;
+        case Widths::kGeneva:
+            choice->widths.mean = kGenevaMean;
+            break;
         case Widths::kMonaco:
-            return {nullptr, kMonacoWidth};
-        default:
-            return {};
+            choice->widths.fixed = kMonacoWidth;
+            break;
+        case Widths::kCourier:
+            choice->widths.fixed = kCourierWidth;
+            choice->boldWidths = {nullptr, kCourierWidth, 0, true};
+            return;
+        case Widths::kHelvetica:
+            choice->widths.ascii = kHelveticaWidths;
+            choice->boldWidths = {kHelveticaBoldWidths, 0, 0, true};
+            return;
+        case Widths::kTimes:
+            choice->widths.ascii = kTimesWidths;
+            choice->boldWidths = {kTimesBoldWidths, 0, 0, true};
+            return;
     }
+    choice->boldWidths = choice->widths;
 }
 
 void AppendNames(std::string_view list, std::vector<std::string>* names) {
@@ -109,7 +142,7 @@ FamilyChoice ChoiceOf(const KnownFamily& family) {
     choice.names.emplace_back(family.name);
     AppendNames(family.standIns, &choice.names);
     choice.isHeavy = family.isHeavy;
-    choice.widths = WidthsOf(family.widths);
+    SetWidths(family.widths, &choice);
     choice.characters = family.characters;
     return choice;
 }
@@ -163,6 +196,14 @@ FamilyChoice ChooseByName(std::string_view name) {
 }
 
 }  // namespace
+
+double FamilyWidths::Mean() const {
+    if (ascii == nullptr) return fixed > 0 ? fixed : mean;
+    double sum = 0;
+    for (const char letter : kSampleLetters)
+        sum += ascii[letter - ' '];
+    return sum / static_cast<double>(kSampleLetters.size());
+}
 
 FamilyChoice ChooseFamily(int number, const std::map<int, std::string>& fontNames) {
     if (const auto named = fontNames.find(number); named != fontNames.end())

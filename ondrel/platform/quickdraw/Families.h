@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ondrel/platform/quickdraw/MacText.h"
@@ -20,12 +21,21 @@ namespace Ondrel::QuickDraw {
 struct FamilyWidths {
     const std::uint16_t* ascii = nullptr;  // from the blank on, 95 of them
     int fixed = 0;                         // the one width of all characters
+    int mean = 0;                          // of the letters of kSampleLetters
+    bool isOfBold = false;  // these are the bold face's own; else that was a pixel wider
+
+    // Of those letters, however the widths are known.
+    double Mean() const;
 };
+
+// The most frequent letters of texts: what they take, texts take.
+inline constexpr std::string_view kSampleLetters = "etaoinshrdlc";
 
 struct FamilyChoice {
     std::vector<std::string> names;  // in UTF-8, the best first; the last may be a kind of font
     bool isHeavy = false;            // its plain face is a bold one
     FamilyWidths widths;
+    FamilyWidths boldWidths;
     CharacterSet characters = CharacterSet::kMacRoman;
 };
 

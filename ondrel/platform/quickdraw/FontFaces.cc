@@ -4,13 +4,14 @@
 
 #include FT_OUTLINE_H
 
+#include "ondrel/platform/quickdraw/Families.h"
+
 namespace Ondrel::QuickDraw {
 namespace {
 
 constexpr double kFixedOne = 64;      // in 26.6
 constexpr FT_Fixed kSlant = 0x03A5E;  // 13 degrees, in 16.16
 constexpr FT_Fixed kUnit = 0x10000;
-constexpr int kLettersAtoZ = 26;
 
 struct DestroyPattern {
     void operator()(FcPattern* pattern) const { FcPatternDestroy(pattern); }
@@ -50,13 +51,13 @@ int IntegerOf(const FcPattern* pattern, const char* property, int otherwise) {
     return FcPatternGetInteger(pattern, property, 0, &value) == FcResultMatch ? value : otherwise;
 }
 
-double MeanLowercaseWidth(FT_Face face) {
+double SampleWidthOf(FT_Face face) {
     double sum = 0;
-    for (FT_ULong letter = 'a'; letter <= 'z'; ++letter) {
-        if (FT_Load_Char(face, letter, FT_LOAD_NO_SCALE) != 0) return 0;
+    for (const char letter : kSampleLetters) {
+        if (FT_Load_Char(face, static_cast<FT_ULong>(letter), FT_LOAD_NO_SCALE) != 0) return 0;
         sum += static_cast<double>(face->glyph->advance.x);
     }
-    return face->units_per_EM == 0 ? 0 : sum / kLettersAtoZ / face->units_per_EM;
+    return face->units_per_EM == 0 ? 0 : sum / kSampleLetters.size() / face->units_per_EM;
 }
 
 bool Load(FT_Face face, char32_t character) {
@@ -93,7 +94,7 @@ Glyph GlyphOf(FT_GlyphSlot slot) {
 
 // --- One face -----------------------------------------------------------------------------------
 
-FontFace::FontFace(FT_Face face) : face_(face), lowercaseWidth_(MeanLowercaseWidth(face)) {}
+FontFace::FontFace(FT_Face face) : face_(face), sampleWidth_(SampleWidthOf(face)) {}
 
 bool FontFace::SetSize(int across, int down) {
     if (size_ == std::pair(across, down)) return true;
@@ -118,6 +119,13 @@ bool FontFace::Has(char32_t character) const {
 double FontFace::Advance(char32_t character) const {
     if (!Load(face_.get(), character)) return 0;
     return static_cast<double>(face_->glyph->advance.x) / kFixedOne;
+}
+
+double FontFace::HintedSampleWidth() const {
+    double sum = 0;
+    for (const char letter : kSampleLetters)
+        sum += Advance(static_cast<char32_t>(letter));
+    return sum / kSampleLetters.size();
 }
 
 Glyph FontFace::Draw(char32_t character, bool isSlanted, std::size_t mostPixels) const {

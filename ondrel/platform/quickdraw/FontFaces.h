@@ -36,8 +36,9 @@ class FontFace {
     // The character's pixels; empty where it has none or more than `mostPixels`.
     Glyph Draw(char32_t character, bool isSlanted, std::size_t mostPixels) const;
 
-    // The mean width of the letters a to z, in ems.
-    double LowercaseWidth() const { return lowercaseWidth_; }
+    // The mean width of the letters of kSampleLetters: in ems, and hinted, in pixels.
+    double SampleWidth() const { return sampleWidth_; }
+    double HintedSampleWidth() const;
 
  private:
     friend class FontFaces;
@@ -48,7 +49,7 @@ class FontFace {
 
     std::unique_ptr<FT_FaceRec_, Release> face_;
     std::pair<int, int> size_;
-    double lowercaseWidth_ = 0;
+    double sampleWidth_ = 0;
 };
 
 struct FaceRequest {

@@ -16,10 +16,10 @@ namespace Ondrel::QuickDraw {
 namespace {
 
 // What making something for the first time costs, as so many pixels touched.
-constexpr std::uint64_t kMatchWork = 1'000'000;
-constexpr std::uint64_t kSizeWork = 50'000;
-constexpr std::uint64_t kGlyphWork = 20'000;
-constexpr std::uint64_t kCachedWork = 100;
+constexpr std::uint64_t kMatchWork = 300'000;
+constexpr std::uint64_t kSizeWork = 200'000;
+constexpr std::uint64_t kGlyphWork = 8'000;
+constexpr std::uint64_t kCachedWork = 40;
 
 constexpr double kFixedOne = 64;  // sizes are in 26.6 pixels
 constexpr double kMostPixelsAnEm = 2048;
@@ -46,6 +46,7 @@ struct Fonts {
     FontFaces faces;
     std::map<std::string, FoundFace> found;
     std::map<std::tuple<const FontFace*, int, int>, Strike> strikes;
+    std::map<std::tuple<const FontFace*, int, int>, double> stretches;  // by face, size and mean
     std::size_t cachedBytes = 0;
 };
 
@@ -66,6 +67,10 @@ int Thickness(double pixels) {
 
 // --- Faces and sizes ----------------------------------------------------------------------------
 
+const FamilyWidths& WidthsOf(const FontRequest& request) {
+    return request.isBold ? request.family.boldWidths : request.family.widths;
+}
+
 bool WantsBold(const FontRequest& request) {
     return request.isBold || request.family.isHeavy;
 }
@@ -83,12 +88,13 @@ FoundFace FaceFor(Fonts* fonts, const FontRequest& request, Canvas* canvas) {
     return fonts->found[key] = found;
 }
 
-Strike* StrikeOf(Fonts* fonts, const FoundFace& found, double across, double down) {
+Strike* StrikeOf(Fonts* fonts, const FoundFace& found, double across, double down, Canvas* canvas) {
     const auto key = std::tuple(found.face, Fixed(across), Fixed(down));
     const auto [place, isNew] = fonts->strikes.try_emplace(key);
     if (isNew) {
         place->second = {found, std::get<1>(key), std::get<2>(key), {}};
         fonts->cachedBytes += sizeof(Strike);
+        (void)canvas->Spend(kSizeWork);
     }
     return &place->second;
 }
@@ -97,20 +103,40 @@ Strike* StrikeOf(Fonts* fonts, const FoundFace& found, double across, double dow
 void DropOldGlyphs(Fonts* fonts) {
     if (fonts->cachedBytes < kMostCachedBytes) return;
     fonts->strikes.clear();
+    fonts->stretches.clear();
     fonts->cachedBytes = 0;
 }
 
-// By how much wider or narrower the face is to be drawn, for texts of their old length.
-double StretchOf(const FamilyWidths& widths, const FontFace* face) {
-    if (face == nullptr || face->LowercaseWidth() <= 0) return 1;
-    double wanted = widths.fixed;
-    if (widths.ascii != nullptr) {
-        for (char letter = 'a'; letter <= 'z'; ++letter)
-            wanted += widths.ascii[letter - ' '];
-        wanted /= 'z' - 'a' + 1;
+// The stretch whose hinted letters come nearest to the mean width wanted, in ems. In small sizes
+// hinting makes most letters wider, and texts with them.
+double BestStretch(FontFace* face, double size, double wanted) {
+    constexpr double kLargeSize = 30;
+    constexpr double kFactors[] = {1, 0.95, 0.9, 0.85, 0.8, 1.05};
+    const double plain = std::clamp(wanted / face->SampleWidth(), 1 / kMostStretch, kMostStretch);
+    if (size > kLargeSize) return plain;
+    double best = plain;
+    double least = size;
+    for (const double factor : kFactors) {
+        if (!face->SetSize(Fixed(size * plain * factor), Fixed(size))) continue;
+        const double apart = std::abs(face->HintedSampleWidth() - wanted * size);
+        if (apart >= least) continue;
+        least = apart;
+        best = plain * factor;
     }
-    if (wanted <= 0) return 1;
-    return std::clamp(wanted / 1000 / face->LowercaseWidth(), 1 / kMostStretch, kMostStretch);
+    return best;
+}
+
+// By how much wider or narrower the face is to be drawn, for texts of their old length.
+double StretchOf(Fonts* fonts, const FontRequest& request, FontFace* face, Canvas* canvas) {
+    if (face == nullptr || face->SampleWidth() <= 0) return 1;
+    const double known = WidthsOf(request).Mean() / 1000;
+    const double wanted = known > 0 ? known : face->SampleWidth();
+    const auto key = std::tuple(face, Fixed(request.size), static_cast<int>(wanted * 1000));
+    if (const auto found = fonts->stretches.find(key); found != fonts->stretches.end())
+        return found->second;
+    (void)canvas->Spend(kSizeWork);
+    fonts->cachedBytes += sizeof(Strike);
+    return fonts->stretches[key] = BestStretch(face, request.size, wanted);
 }
 
 // --- Glyphs -------------------------------------------------------------------------------------
@@ -145,7 +171,7 @@ char Builtin(const Setting& setting, std::uint8_t byte) {
 
 // Kept for the family's characters of known width; the accented letters are as wide as the others.
 std::optional<double> KnownAdvance(const FontRequest& request, std::uint8_t byte) {
-    const FamilyWidths& widths = request.family.widths;
+    const FamilyWidths& widths = WidthsOf(request);
     if (widths.fixed > 0) return std::round(widths.fixed * request.size / 1000);
     const char like = AsciiLike(byte);
     const bool isLetter = (like >= 'A' && like <= 'Z') || (like >= 'a' && like <= 'z');
@@ -173,7 +199,8 @@ double AdvanceOf(const Setting& setting, std::uint8_t byte) {
     const auto known = found.face == nullptr ? std::nullopt : KnownAdvance(*setting.request, byte);
     const double advance = known ? *known : FontAdvance(setting, byte);
     const bool lacksBold = !found.isBold || setting.request->family.isHeavy;
-    const bool isWidened = setting.request->isBold && (known || lacksBold);
+    const bool isWidened =
+        setting.request->isBold && !WidthsOf(*setting.request).isOfBold && (known || lacksBold);
     return advance + (isWidened ? 1 : 0);
 }
 
@@ -225,12 +252,11 @@ void MeasureLines(const Setting& setting, SetText* text) {
 
 Setting Prepare(const FontRequest& request, Fonts* fonts, Canvas* canvas) {
     const FoundFace found = FaceFor(fonts, request, canvas);
-    const double stretch = StretchOf(request.family.widths, found.face);
-    (void)canvas->Spend(kSizeWork);
+    const double across = request.size * StretchOf(fonts, request, found.face, canvas);
     Setting setting{&request, fonts, canvas, nullptr, nullptr, false};
-    setting.measure = StrikeOf(fonts, found, request.size * stretch, request.size);
-    setting.draw = StrikeOf(fonts, found, request.size * stretch * request.across,
-                            request.size * request.down);
+    setting.measure = StrikeOf(fonts, found, across, request.size, canvas);
+    setting.draw =
+        StrikeOf(fonts, found, across * request.across, request.size * request.down, canvas);
     setting.isSlanted = request.isItalic && !found.isItalic;
     return setting;
 }

@@ -19,7 +19,7 @@ struct FontRequest {
     FamilyChoice family;
     bool isBold = false;
     bool isItalic = false;
-    double size = 12;   // pixels an em, in the picture: the advances are whole pixels of this size
+    double size = 12;   // pixels an em, in the picture; the advances are whole pixels of it
     double across = 1;  // what the glyphs' size is scaled by, on the canvas
     double down = 1;
 };

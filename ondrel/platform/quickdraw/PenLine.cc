@@ -48,7 +48,7 @@ Span PenLine::PathRow(int y) const {
 
 // The pen reaches a row from each row of the path that is less than its height above.
 std::uint64_t PenLine::AppendRow(int y, Spans& spans) {
-    constexpr std::uint64_t kWork = 8;
+    constexpr std::uint64_t kWork = 16;
     const Span first = PathRow(std::max(top_.v, y - penHeight_ + 1));
     const Span last = PathRow(std::min(bottom_.v, y));
     spans.push_back(

@@ -132,7 +132,7 @@ void RoundShape::AppendPart(int y, const Span& span, Spans& spans) const {
 }
 
 std::uint64_t RoundShape::AppendRow(int y, Spans& spans) {
-    constexpr std::uint64_t kWork = 8;
+    constexpr std::uint64_t kWork = 16;
     const Span row = outer_.Row(y);
     const Span hole = hole_ ? hole_->Row(y) : Span{};
     if (hole.left >= hole.right) {
@@ -141,7 +141,7 @@ std::uint64_t RoundShape::AppendRow(int y, Spans& spans) {
         AppendPart(y, {row.left, std::min(row.right, hole.left)}, spans);
         AppendPart(y, {std::max(row.left, hole.right), row.right}, spans);
     }
-    return kWork;
+    return hole_ ? 2 * kWork : kWork;
 }
 
 }  // namespace Ondrel::QuickDraw

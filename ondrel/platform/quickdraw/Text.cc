@@ -138,6 +138,16 @@ TextMask MaskOf(const Line& line, std::uint8_t face, const Rect& box) {
     return mask;
 }
 
+// What becomes of a pixel of the text's box. Letters that are hollow are filled with the background
+// colour in the mode that otherwise brings none along: so they can be read on black as well.
+Pixel Combine(const Ink& ink, TextMask::State state, Pixel destination) {
+    if (state != TextMask::State::kInside || ink.mode != TransferMode::kOr)
+        return CombineBit(ink, state == TextMask::State::kSet, destination);
+    Ink fill = ink;
+    fill.mode = TransferMode::kBic;
+    return CombineBit(fill, true, destination);
+}
+
 // Pixels outside of the text's box are the text's only where they are set: a glyph that hangs over
 // brings no background along.
 void Paint(const TextMask& mask, const Rect& textBox, const Rect& area, const Ink& ink,
@@ -147,9 +157,9 @@ void Paint(const TextMask& mask, const Rect& textBox, const Rect& area, const In
         Pixel* const row = canvas.Row(y);
         const bool isBesideText = y >= textBox.top && y < textBox.bottom;
         for (int x = part.left; x < part.right; ++x) {
-            const bool isSet = mask.At(y, x);
-            if (isSet || (isBesideText && x >= textBox.left && x < textBox.right))
-                row[x] = CombineBit(ink, isSet, row[x]);
+            const TextMask::State state = mask.At(y, x);
+            const bool isText = isBesideText && x >= textBox.left && x < textBox.right;
+            if (state != TextMask::State::kClear || isText) row[x] = Combine(ink, state, row[x]);
         }
     }
 }

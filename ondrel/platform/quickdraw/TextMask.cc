@@ -7,8 +7,8 @@
 namespace Ondrel::QuickDraw {
 namespace {
 
-constexpr std::uint8_t kSet = 1;
-constexpr std::uint8_t kSpread = 2;  // set in the end, but nothing spreads from it
+constexpr auto kSet = static_cast<std::uint8_t>(TextMask::State::kSet);
+constexpr std::uint8_t kSpread = 255;  // set in the end, but nothing spreads from it
 
 // Sets the pixels up to `before` in front of each set one of a line, and up to `after` behind it;
 // the line's pixels are `step` apart.
@@ -42,7 +42,8 @@ TextMask::TextMask(const Rect& box) : box_(box) {
 }
 
 bool TextMask::IsSetInside(int y, int x) const {
-    return y >= box_.top && y < box_.bottom && x >= box_.left && x < box_.right && At(y, x);
+    return y >= box_.top && y < box_.bottom && x >= box_.left && x < box_.right &&
+           At(y, x) != State::kClear;
 }
 
 void TextMask::Put(const Glyph& glyph, int baseline, int x) {
@@ -96,7 +97,7 @@ void TextMask::Hollow(int reach) {
     for (int x = box_.left; x < box_.right; ++x)
         Spread(Pixel(box_.top, x), box_.Height(), box_.Width(), 1, reach);
     for (std::size_t i = 0; i < before.size(); ++i)
-        if (before[i] != 0) pixels_[i] = 0;
+        if (before[i] != 0) pixels_[i] = static_cast<std::uint8_t>(State::kInside);
 }
 
 }  // namespace Ondrel::QuickDraw

@@ -16,8 +16,10 @@ class TextMask {
     // All pixels of the box, none of them set. Throws std::bad_alloc.
     explicit TextMask(const Rect& box);
 
+    enum class State : std::uint8_t { kClear, kSet, kInside };
+
     const Rect& Box() const { return box_; }
-    bool At(int y, int x) const { return *Pixel(y, x) != 0; }
+    State At(int y, int x) const { return static_cast<State>(*Pixel(y, x)); }
 
     // Sets a glyph's pixels, as far as they lie inside.
     void Put(const Glyph& glyph, int baseline, int x);
@@ -31,8 +33,8 @@ class TextMask {
     // A line below the baseline from `left` to `right`, which leaves room around descenders.
     void Underline(int baseline, int left, int right, int thickness);
 
-    // In place of the pixels those around them: one to the left and above, `reach` to the right and
-    // below.
+    // Sets the pixels around those set: one to the left and above, `reach` to the right and below.
+    // Those that were set are inside then.
     void Hollow(int reach);
 
  private:

@@ -28,13 +28,10 @@ std::uint32_t Channel(Pixel pixel, int shift) {
 
 template <typename Operation>
 Pixel ByChannel(Pixel a, Pixel b, Pixel c, const Operation& operation) {
-    Pixel result = kOpaque;
-    for (int shift = 0; shift < 24; shift += 8) {
-        const std::uint32_t made =
-            operation(Channel(a, shift), Channel(b, shift), Channel(c, shift));
-        result |= (made & 0xFF) << shift;
-    }
-    return result;
+    const auto made = [&](int shift) {
+        return (operation(Channel(a, shift), Channel(b, shift), Channel(c, shift)) & 0xFF) << shift;
+    };
+    return kOpaque | made(16) | made(8) | made(0);
 }
 
 Pixel Average(Pixel a, Pixel b) {

@@ -185,7 +185,7 @@ TEST(TextFaces, AnUnderlineLeavesRoomAroundDescenders) {
               "................\n");
 }
 
-TEST(TextFaces, OutlineDrawsThePixelsAroundTheLetters) {
+TEST(TextFaces, OutlineDrawsThePixelsAroundTheLettersAndWhiteInside) {
     const NoFonts noFonts;
     Canvas canvas(9, 9, kPlenty);
     State state = StateFor(canvas, {8, 1});
@@ -193,8 +193,21 @@ TEST(TextFaces, OutlineDrawsThePixelsAroundTheLetters) {
     DrawText("ll", state, canvas);
     // A pixel wider than plain: the second letter begins three pixels after the first.
     EXPECT_EQ(Drawn(canvas),
-              "######...\n#.##.#...\n#.##.#...\n#.##.#...\n#.##.#...\n#.##.#...\n#.##.#...\n"
-              "#.##.#...\n######...\n");
+              "######...\n#w##w#...\n#w##w#...\n#w##w#...\n#w##w#...\n#w##w#...\n#w##w#...\n"
+              "#w##w#...\n######...\n");
+}
+
+TEST(TextFaces, HollowLettersCanBeReadOnBlack) {
+    const NoFonts noFonts;
+    Canvas canvas(3, 9, kPlenty);
+    for (int y = 0; y < 9; ++y)
+        std::fill_n(canvas.Row(y), 3, kBlack);
+    State state = StateFor(canvas, {8, 1});
+    state.text.face = kOutline;
+    state.back = 0xFFFFFF00;
+    DrawText("l", state, canvas);
+    EXPECT_EQ(Drawn(canvas), "###\n#?#\n#?#\n#?#\n#?#\n#?#\n#?#\n#?#\n###\n");
+    EXPECT_EQ(canvas.Row(4)[1], 0xFFFFFF00U);
 }
 
 TEST(TextFaces, AShadowIsDeeperToTheRightAndBelow) {
@@ -204,7 +217,7 @@ TEST(TextFaces, AShadowIsDeeperToTheRightAndBelow) {
     state.text.face = kShadow;
     DrawText("l", state, canvas);
     EXPECT_EQ(Drawn(canvas),
-              "####..\n#.##..\n#.##..\n#.##..\n#.##..\n#.##..\n#.##..\n#.##..\n####..\n####..\n"
+              "####..\n#w##..\n#w##..\n#w##..\n#w##..\n#w##..\n#w##..\n#w##..\n####..\n####..\n"
               "......\n");
 }
 
@@ -404,7 +417,23 @@ TEST(InstalledText, FamiliesWithKnownWidthsKeepThem) {
     };
     for (const auto& one : kCases)
         EXPECT_EQ(WidthOf(one.font, one.size, one.text), one.width) << one.font << one.text;
-    EXPECT_EQ(WidthOf(21, 10, "Will", kBold), 9 + 2 + 2 + 2 + 4);
+    EXPECT_EQ(WidthOf(21, 12, "Merker", kBold), 10 + 7 + 5 + 7 + 7 + 5) << "the bold face's own";
+    EXPECT_EQ(WidthOf(22, 12, "Will", kBold), 4 * 7);
+    EXPECT_EQ(WidthOf(4, 12, "Will", kBold), 4 * 8) << "it had none";
+}
+
+TEST(InstalledText, TextsAreAsLongAsTheyWere) {
+    if (!HasFonts()) GTEST_SKIP() << "no font is installed";
+    // From pictures of the time: the next text begins where the text ends.
+    const struct {
+        int font, size;
+        const char* text;
+        int width;
+    } kCases[] = {{0, 12, "Customize ", 73}, {3, 12, "Quarterly Sales", 97},
+                  {3, 9, "Actual", 28},      {3, 9, "Projected", 44},
+                  {20, 14, "W", 12},         {21, 12, "Product", 41}};
+    for (const auto& one : kCases)
+        EXPECT_NEAR(WidthOf(one.font, one.size, one.text), one.width, one.width / 5) << one.text;
 }
 
 TEST(InstalledText, LettersStandWithinTheirAdvanceAndAboveTheBaseline) {

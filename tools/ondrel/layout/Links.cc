@@ -71,7 +71,7 @@ std::optional<DocumentFault> ReadLinks(const FileSpec& document, const Layout& l
             found->blocks.push_back({value.begin, width, static_cast<int>(end)});
         }
     };
-    const auto fault = WalkDocument(document, layout, options, take, &found->file);
+    auto fault = WalkDocument(document, layout, options, take, &found->file);
     (void)fileModificationDate(found->file, found->date);
     return fault;
 }
