@@ -92,7 +92,7 @@ TransferMode ModeFromStored(int stored) {
     if (mode >= 0 && mode < 16) return static_cast<TransferMode>(mode & 7);
     if ((mode >= 32 && mode < 40) || mode == 49 || mode == 50)
         return static_cast<TransferMode>(mode);
-    return TransferMode::kCopy;
+    return mode >= 16 && mode < 32 ? TransferMode::kNone : TransferMode::kCopy;
 }
 
 Pixel CombineBit(const Ink& ink, bool bit, Pixel destination) {
@@ -119,6 +119,8 @@ Pixel CombineBit(const Ink& ink, bool bit, Pixel destination) {
             return bit ? Average(ink.fore, ink.back) : destination;
         case TransferMode::kHilite:
             return bit ? Highlighted(ink, destination) : destination;
+        case TransferMode::kNone:
+            return destination;
         default:
             return Arithmetic(ink, bit ? ink.fore : ink.back, destination);
     }
@@ -143,6 +145,8 @@ BitEffect EffectOfBit(const Ink& ink, bool bit) {
             return bit ? BitEffect::kCombine : BitEffect::kKeep;
         case TransferMode::kNotXor:
             return bit ? BitEffect::kKeep : BitEffect::kCombine;
+        case TransferMode::kNone:
+            return BitEffect::kKeep;
         default:
             return BitEffect::kCombine;
     }
@@ -173,6 +177,8 @@ Pixel CombineColor(const Ink& ink, Pixel source, Pixel destination) {
         }
         case TransferMode::kHilite:
             return source == ink.back ? destination : Highlighted(ink, destination);
+        case TransferMode::kNone:
+            return destination;
         default:
             return Arithmetic(ink, source, destination);
     }

@@ -21,6 +21,7 @@ enum class TransferMode : std::uint8_t {
     kNotOr = 5,
     kNotXor = 6,
     kNotBic = 7,
+    kNone = 16,  // nothing is drawn
     kBlend = 32,
     kAddPin = 33,
     kAddOver = 34,
@@ -33,8 +34,9 @@ enum class TransferMode : std::uint8_t {
     kHilite = 50,
 };
 
-// The mode of a stored number; patterns' numbers give the mode of the same name. One that is not
-// known is kCopy.
+// The mode of a stored number; patterns' numbers give the mode of the same name. Those from 16 to 31
+// were never modes and draw nothing: pictures put what is for printers alone into mode 23. Any other
+// that is not known is kCopy.
 TransferMode ModeFromStored(int stored);
 
 inline constexpr Pixel kDefaultHilite = 0xFFB3B3B3;

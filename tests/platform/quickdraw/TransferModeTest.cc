@@ -29,8 +29,21 @@ TEST(TransferModes, AStoredNumberOfAPatternNamesTheSameMode) {
 }
 
 TEST(TransferModes, AnUnknownNumberCopies) {
-    for (const int stored : {-1, -32768, 16, 31, 40, 48, 51, 63, 128, 257, 32767})
+    for (const int stored : {-1, -32768, 40, 48, 51, 63, 128, 257, 32767})
         EXPECT_EQ(ModeFromStored(stored), TransferMode::kCopy) << stored;
+}
+
+TEST(TransferModes, WhatOnlyPrintersAreToDrawIsNotDrawn) {
+    for (const int stored : {16, 23, 31, 23 + 64}) {
+        EXPECT_EQ(ModeFromStored(stored), TransferMode::kNone) << stored;
+        const Ink ink = InkOf(ModeFromStored(stored));
+        for (const bool bit : {false, true}) {
+            EXPECT_EQ(CombineBit(ink, bit, kNothing), kNothing);
+            EXPECT_EQ(CombineBit(ink, bit, 0xFF123456), 0xFF123456U);
+            EXPECT_EQ(EffectOfBit(ink, bit), BitEffect::kKeep);
+        }
+        EXPECT_EQ(CombineColor(ink, kBlack, kNothing), kNothing);
+    }
 }
 
 TEST(TransferModes, BitsBecomeTheForegroundTheBackgroundOrWhatWasThere) {
