@@ -23,9 +23,8 @@ std::string PlaceIn(const std::string& text, std::size_t offset) {
 }  // namespace
 
 void TakeLayout(Command* command, std::optional<std::string>* text) {
-    command->Text(
-        "--layout", "LAYOUT", text,
-        "what the document is made of, as in 'u16 str refrel'; @FILE takes it from a file");
+    command->Text("--layout", "LAYOUT", text,
+                  "what FILE is made of, as in 'u16 str refrel'; @TEXTFILE holds it");
     command->Required();
 }
 

@@ -176,13 +176,12 @@ void DescribeDump(Command* command) {
     command->Flag("--json", &options->json, "print JSON");
     command->Operand("FILE", &options->file);
     command->Notes(
-        "A layout names what is stored, one form after the other: u8 u16 u32 i8 i16 i32 line crlf "
-        "nul\nstr u16str ref refrel \"text\" <hex> bytes N text N skip N rest end, block{ ... } "
-        "and "
-        "block16{ ... }\nwith their length, repeat N{ ... } with N a number, a name, an integer "
-        "form "
-        "or *. A form may have\na name: \"version: u16\". docs/layout-language.md tells it all.\n\n"
-        "  ondrel dump letter.doc --layout '\"DOC1\" n: u16 repeat n { title: str to: refrel } "
+        "A layout names what is stored, one form after the other: u8 u16 u32 i8 i16 i32 line crlf\n"
+        "nul str u16str ref refrel \"text\" <0D 0A> bytes N text N skip N rest end, block{ ... } "
+        "and\n"
+        "block16{ ... } with their length in front, and repeat N{ ... }, where N is a number, the\n"
+        "name of an integer, an integer form or *. A form may have a name, as in version: u16.\n\n"
+        "  ondrel dump june.letter --layout '\"LETT\" n: u16 repeat n { title: str to: refrel } "
         "rest'");
     command->Run([options] { return Dump(*options); });
 }

@@ -189,15 +189,16 @@ void DescribeLinks(Command* command) {
     auto options = std::make_shared<Options>();
     TakeLayout(command, &options->layout);
     command->Text("--relink", "FOLDER", &options->folder,
-                  "find what is lost in FOLDER and below, and save the document with all links "
-                  "repaired, or leave it alone");
+                  "find lost files in FOLDER and below; save FILE with all repaired");
     command->Flag("--json", &options->json, "print JSON");
     command->Operand("FILE", &options->file);
     command->Notes(
-        "The layout is that of ondrel dump; its forms ref and refrel are the links. Exit code 1: "
-        "links lead\nnowhere, or are not all found. Of files of one name the one is taken that "
-        "lies "
-        "most like the lost one\ndid; where there is a choice left, none.");
+        "The layout is that of ondrel dump; its forms ref and refrel are the links. With "
+        "--relink,\n"
+        "all lost links are repaired or none. Of files of one name the one is taken that lies "
+        "most\n"
+        "like the lost one did; where a choice is left, none. Exit code 1: links lead nowhere, or\n"
+        "are not all found.");
     command->Run([options] { return Links(*options); });
 }
 
