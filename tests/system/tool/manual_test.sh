@@ -12,7 +12,7 @@ Walk() {
     # shellcheck disable=SC2086 # words of a command
     "$tool" $1 --help >"$scratch/help"
     grep -oE -- '--[a-z-]+' "$scratch/help" >>"$scratch/options"
-    commands=$(awk '/^Commands:/ { inside = 1; next } /^$/ { inside = 0 } inside { print $1 }' \
+    commands=$(awk '/^Commands:/ { inside = 1; next } /^$/ { inside = 0 } inside && /^  [^ ]/ { print $1 }' \
         "$scratch/help")
     [ -n "$commands" ] || printf '%s\n' "$1" >>"$scratch/commands"
     for each in $commands; do
