@@ -192,16 +192,18 @@ double FontAdvance(const Setting& setting, std::uint8_t byte) {
     return *cached->advance;
 }
 
-double AdvanceOf(const Setting& setting, std::uint8_t byte) {
+// A glyph that is narrower than the room it has stands in the middle of it.
+SetGlyph MeasureGlyph(const Setting& setting, std::uint8_t byte) {
     // A text in the built-in font keeps that font's widths: narrower ones would run its letters
     // into each other.
     const FoundFace& found = setting.measure->found;
     const auto known = found.face == nullptr ? std::nullopt : KnownAdvance(*setting.request, byte);
-    const double advance = known ? *known : FontAdvance(setting, byte);
+    const double own = FontAdvance(setting, byte);
+    const double advance = known ? *known : own;
     const bool lacksBold = !found.isBold || setting.request->family.isHeavy;
     const bool isWidened =
         setting.request->isBold && !WidthsOf(*setting.request).isOfBold && (known || lacksBold);
-    return advance + (isWidened ? 1 : 0);
+    return {advance + (isWidened ? 1 : 0), std::trunc((advance - own) / 2), nullptr};
 }
 
 std::shared_ptr<const Glyph> DrawGlyph(const Setting& setting, std::uint8_t byte) {
@@ -268,8 +270,8 @@ SetText Set(std::string_view text, const Setting& setting) {
     for (const char character : text) {
         if (!setting.canvas->Spend(kCachedWork)) break;
         const auto byte = static_cast<std::uint8_t>(character);
-        const double advance = AdvanceOf(setting, byte);
-        result.glyphs.push_back({advance, GlyphOf(setting, byte)});
+        result.glyphs.push_back(MeasureGlyph(setting, byte));
+        result.glyphs.back().glyph = GlyphOf(setting, byte);
     }
     return result;
 }

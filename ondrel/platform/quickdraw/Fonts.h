@@ -26,6 +26,7 @@ struct FontRequest {
 
 struct SetGlyph {
     double advance = 0;                  // not scaled
+    double shift = 0;                    // from the pen to where the glyph is drawn, not scaled
     std::shared_ptr<const Glyph> glyph;  // scaled; never null
 };
 

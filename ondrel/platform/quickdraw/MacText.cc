@@ -9,6 +9,11 @@ namespace {
 constexpr std::uint8_t kFirstPrintable = 0x20;
 constexpr std::uint8_t kFirstHigh = 0x80;
 
+// The menus' signs, where other machines have control characters: the command key, the check mark,
+// the diamond, the apple.
+constexpr std::uint8_t kFirstSign = 0x11;
+constexpr std::u16string_view kSigns = u"\u2318\u2713\u25C6\uF8FF";
+
 constexpr std::u16string_view kHighMacRoman =
     u"ÄÅÇÉÑÖÜáàâäãåçéèêëíìîïñóòôöõúùûü"
     u"†°¢£§•¶ß®©™´¨≠ÆØ∞±≤≥¥µ∂∑∏π∫ªºΩæø"
@@ -72,6 +77,7 @@ char32_t UnicodeOf(std::uint8_t byte, CharacterSet set) {
         return byte < kFirstHigh ? At(kLowSymbol, kFirstPrintable, byte)
                                  : At(kHighSymbol, kFirstHighSymbol, byte);
     if (set == CharacterSet::kDingbats) return Dingbat(byte);
+    if (byte < kFirstPrintable) return At(kSigns, kFirstSign, byte);
     return IsAscii(byte) ? byte : At(kHighMacRoman, kFirstHigh, byte);
 }
 

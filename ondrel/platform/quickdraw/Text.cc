@@ -72,22 +72,21 @@ int ToPixel(double value) {
 struct Line {
     SetText set;
     int baseline = 0;
-    std::vector<int> places;  // of the pen, before each glyph and behind the last
-    Rect box;                 // from the first to the last place, and from ascent to descent
+    std::vector<int> places;  // of each glyph
+    Rect box;                 // from where the pen begins to where it ends, from ascent to descent
 };
 
 Line Place(std::string_view text, const State& state, SetText set, const Scales& scales) {
     Line line;
     const Point start = state.mapping.Map(state.text.location);
     line.baseline = ToPixel(start.v);
-    line.places.push_back(ToPixel(start.h));
     double pen = 0;
     for (std::size_t i = 0; i < set.glyphs.size(); ++i) {
+        line.places.push_back(ToPixel(start.h + (pen + set.glyphs[i].shift) * scales.across));
         pen += set.glyphs[i].advance + ExtraOf(state.text, text[i]);
-        line.places.push_back(ToPixel(start.h + pen * scales.across));
     }
-    line.box = {line.baseline - set.ascent, line.places.front(), line.baseline + set.descent,
-                line.places.back()};
+    line.box = {line.baseline - set.ascent, ToPixel(start.h), line.baseline + set.descent,
+                ToPixel(start.h + pen * scales.across)};
     line.set = std::move(set);
     return line;
 }

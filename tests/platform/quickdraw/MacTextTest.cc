@@ -18,6 +18,7 @@ TEST(Characters, EachSetHasItsOwn) {
         char32_t character;
     } kCases[] = {
         {CharacterSet::kMacRoman, 0x00, 0},      {CharacterSet::kMacRoman, 0x1F, 0},
+        {CharacterSet::kMacRoman, 0x11, 0x2318}, {CharacterSet::kMacRoman, 0x15, 0},
         {CharacterSet::kMacRoman, 0x20, U' '},   {CharacterSet::kMacRoman, 0x7E, U'~'},
         {CharacterSet::kMacRoman, 0x7F, 0},      {CharacterSet::kMacRoman, 0x80, 0xC4},
         {CharacterSet::kMacRoman, 0x8E, 0xE9},   {CharacterSet::kMacRoman, 0xA5, 0x2022},
