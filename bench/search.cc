@@ -5,28 +5,20 @@
 // find and fdfind are programs: their times hold their start, and with --processor_time all that
 // their threads take. Every contender has to find the one file; fts and std::filesystem compare the
 // plain names, ignoring ASCII case where find does.
-#include <benchmark/benchmark.h>
 #include <fts.h>
-#include <spawn.h>
 #include <strings.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "bench/Programs.h"
 #include "bench/RatioTable.h"
 #include "bench/SearchTree.h"
 #include "ondrel/core/Volumes.h"
 #include "ondrel/search/search.h"
-
-extern char** environ;
 
 namespace Bench {
 namespace {
@@ -95,32 +87,8 @@ int Filesystem() {
 
 // Runs a program and counts the lines that it prints; -1 when it fails.
 int Run(const std::vector<std::string>& words) {
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (const std::string& word : words)
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
-    int ends[2];
-    if (pipe(ends) != 0) return -1;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, ends[0]);
-    posix_spawn_file_actions_addclose(&actions, ends[1]);
-    pid_t child = 0;
-    const int spawned =
-        posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
-    int lines = 0;
-    char buffer[4096];
-    for (ssize_t got; (got = read(ends[0], buffer, sizeof buffer)) > 0;)
-        for (ssize_t i = 0; i < got; ++i)
-            lines += buffer[i] == '\n';
-    close(ends[0]);
-    int status = 0;
-    if (spawned != 0 || waitpid(child, &status, 0) != child || status != 0) return -1;
-    return lines;
+    const auto output = OutputOf(words);
+    return output ? static_cast<int>(std::count(output->begin(), output->end(), '\n')) : -1;
 }
 
 template <Case kRule>
@@ -137,63 +105,26 @@ int Fdfind() {
 
 // --- The table ----------------------------------------------------------------------------------
 
-bool IsInstalled(const char* program) {
-    return Run({"sh", "-c", std::string("command -v ") + program}) == 1;
+template <int (*kSearch)()>
+bool FindsOne() {
+    return kSearch() == 1;
 }
 
-double Milliseconds(const struct timeval& time) {
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+template <int (*kSearch)()>
+void Register(const std::string& name) {
+    RegisterTimed(name, FindsOne<kSearch>);
 }
 
-// The processor's time of this process and of the programs that it has run.
-double ProcessorMilliseconds() {
-    double sum = 0;
-    for (const auto who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-        struct rusage usage;
-        getrusage(who, &usage);
-        sum += Milliseconds(usage.ru_utime) + Milliseconds(usage.ru_stime);
-    }
-    return sum;
-}
-
-double ClockMilliseconds() {
-    const std::chrono::duration<double, std::milli> time =
-        std::chrono::steady_clock::now().time_since_epoch();
-    return time.count();
-}
-
-double (*presentMilliseconds)() = ClockMilliseconds;
-
-void Register(const std::string& name, int (*search)()) {
-    const auto run = [search](benchmark::State& state) {
-        for (auto _ : state) {
-            const double start = presentMilliseconds();
-            if (search() != 1) state.SkipWithError("found another number");
-            state.SetIterationTime((presentMilliseconds() - start) / 1e3);
-        }
-    };
-    benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMillisecond)->UseManualTime();
-}
-
-// The table's own --processor_time would not count what other programs take.
-int TakeProcessorTime(int argc, char** argv) {
-    char** const kept = std::remove_if(argv + 1, argv + argc, [](const char* given) {
-        return std::strcmp(given, "--processor_time") == 0;
-    });
-    if (kept != argv + argc) presentMilliseconds = ProcessorMilliseconds;
-    return static_cast<int>(kept - argv);
-}
-
-template <Case kRule>
-void RegisterWork(const std::string& work, int (*library)()) {
-    Register(work + "/floor", Floor);
-    Register(work + "/ondrel", library);
-    Register(work + "/fts", Fts<kRule>);
-    Register(work + "/filesystem", Filesystem<kRule>);
-    if (IsInstalled("find")) Register(work + "/find", Find<kRule>);
+template <Case kRule, int (*kLibrary)()>
+void RegisterWork(const std::string& work) {
+    Register<Floor>(work + "/floor");
+    Register<kLibrary>(work + "/ondrel");
+    Register<Fts<kRule>>(work + "/fts");
+    Register<Filesystem<kRule>>(work + "/filesystem");
+    if (IsInstalled("find")) Register<Find<kRule>>(work + "/find");
     if (!IsInstalled("fdfind")) return;
-    Register(work + "/fdfind -j1", Fdfind<kRule, 1>);
-    Register(work + "/fdfind -j2", Fdfind<kRule, 2>);
+    Register<Fdfind<kRule, 1>>(work + "/fdfind -j1");
+    Register<Fdfind<kRule, 2>>(work + "/fdfind -j2");
 }
 
 int Main(int argc, char** argv) {
@@ -201,8 +132,8 @@ int Main(int argc, char** argv) {
     const SearchTree made(std::filesystem::temp_directory_path().string(), kFiles);
     tree = &made;
     Ondrel::MountVolume(kVolume, made.Path().c_str());
-    RegisterWork<Case::kFolded>("deep filsea", Filsea);
-    RegisterWork<Case::kExact>("SearchVolume", Volume);
+    RegisterWork<Case::kFolded, Filsea>("deep filsea");
+    RegisterWork<Case::kExact, Volume>("SearchVolume");
     std::vector<std::string> skipped;
     for (const char* program : {"find", "fdfind"})
         if (!IsInstalled(program)) skipped.emplace_back(program);
