@@ -52,9 +52,9 @@ struct Fonts {
 
 std::mutex mutex;
 std::unique_ptr<Fonts>& Shared() {
-    static auto* const shared = new std::unique_ptr<Fonts>;  // outlives every thread
-    if (*shared == nullptr) *shared = std::make_unique<Fonts>();
-    return *shared;
+    static std::unique_ptr<Fonts> shared;
+    if (shared == nullptr) shared = std::make_unique<Fonts>();
+    return shared;
 }
 
 int Fixed(double pixels) {
