@@ -18,7 +18,7 @@ ColorTable TwoHundredFiftySix() {
         const Pixel blue = 5 - place % 6;
         colors[next++] = kOpaque | red * 0x330000 | green * 0x3300 | blue * 0x33;
     }
-    for (const Pixel channels : {0x010000, 0x000100, 0x000001, 0x010101}) {
+    for (const Pixel channels : {0x010000U, 0x000100U, 0x000001U, 0x010101U}) {
         for (Pixel value = 0xEE; value > 0; value -= 0x11) {
             if (value % 0x33 != 0) colors[next++] = kOpaque | value * channels;
         }

@@ -67,7 +67,7 @@ class Rows {
             for (int code = bytes_.S8(); code != kRowIsOver; code = bytes_.S8()) {
                 if (bytes_.HasFailed()) return;
                 if (code == 0)
-                    x_ += std::max(bytes_.U8() - 1, 0) * unitPixels_;
+                    x_ += static_cast<std::size_t>(std::max(bytes_.U8() - 1, 0)) * unitPixels_;
                 else
                     Draw(code);
             }

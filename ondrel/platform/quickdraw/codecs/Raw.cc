@@ -12,10 +12,10 @@ std::size_t Padded(std::size_t size, std::size_t unit) {
 
 // The bytes from one row to the next.
 std::size_t RowBytes(std::size_t least, std::size_t rows, std::size_t all) {
-    for (const std::size_t unit : {2, 4, 16, 1}) {
+    for (const std::size_t unit : {2U, 4U, 16U, 1U}) {
         if (Padded(least, unit) * rows == all) return Padded(least, unit);
     }
-    for (const std::size_t unit : {2, 1}) {
+    for (const std::size_t unit : {2U, 1U}) {
         if (Padded(least, unit) * rows <= all) return Padded(least, unit);
     }
     return Padded(least, 2);
