@@ -115,13 +115,15 @@ bool ReadPolygon(PictureBytes& bytes, std::vector<Point>* points) {
 }
 
 void FramePolygon(const std::vector<Point>& points, const State& state, Canvas& canvas) {
+    constexpr std::uint64_t kWorkOfLine = 16;
     const Paint paint = PaintFor(Verb::kFrame, state);
-    for (std::size_t i = 1; i < points.size() && canvas.Spend(1); ++i)
+    for (std::size_t i = 1; i < points.size() && canvas.Spend(kWorkOfLine); ++i)
         DrawLine(points[i - 1], points[i], paint, state, canvas);
 }
 
 void PaintPolygon(const std::vector<Point>& points, Verb verb, const State& state, Canvas& canvas) {
-    if (!canvas.Spend(points.size() * 16)) return;
+    constexpr std::uint64_t kWorkOfPoint = 32;
+    if (!canvas.Spend(kWorkOfPoint * points.size())) return;
     std::vector<Point> mapped;
     mapped.reserve(points.size());
     for (const Point& point : points)
@@ -154,7 +156,8 @@ bool ShapeCommands::DrawRegion(std::uint16_t opcode, PictureBytes& bytes, const 
         region_ = Region();
         return !bytes.HasFailed();
     }
-    if (!canvas.Spend(region_.Boxes().size())) return true;
+    const std::uint64_t workOfBox = state.mapping.IsUnscaled() ? 2 : 32;  // which sorts them
+    if (!canvas.Spend(workOfBox * region_.Boxes().size())) return true;
     const Region mapped = region_.Mapped(state.mapping);
     if (VerbOf(opcode) == Verb::kFrame) {
         RegionFrame frame(mapped, PenWidth(state), PenHeight(state));

@@ -228,6 +228,8 @@ TEST(Player, EveryCommandCostsWork) {
          "a clip's rectangles"},
         {outside + "70 000E 0000 0000 03E8 03E8 0000 0000" + Many(1000, "78"), 1000,
          "the same polygon"},
+        {"01 000A 0000 0000 0000 0000 70" + comb.substr(2) + Many(100, "78"), 101 * 499 * 10,
+         "lines that are not seen"},
         {outside + "81" + stripes + "01 000A 0000 0000 0000 0000" + Many(100, "89"), 100 * 250,
          "a region that is not seen"},
     };
