@@ -10,59 +10,112 @@ constexpr std::uint8_t kNothing = 128;
 constexpr int kRowsTried = 2;
 constexpr std::size_t kMostPadding = 1;  // bytes behind the last run of a row
 
-static_assert(kRowSlack == 16, "the blocks that are moved");
+constexpr std::size_t kBlock = 16;
 
-// Copies in blocks, which may go on behind the end by less than one; `from` has to have room for
-// that as well.
-void CopyBlocks(std::uint8_t* to, const std::uint8_t* from, std::size_t size) {
-    for (std::size_t done = 0; done < size; done += kRowSlack)
-        std::memcpy(to + done, from + done, kRowSlack);
-}
+// Where the unpacking stands: the bytes that are left, and the room that is left in the row.
+struct Place {
+    const std::uint8_t* at;
+    const std::uint8_t* end;
+    std::uint8_t* to;
+    std::size_t room;
+};
 
-// The same with a unit that is repeated.
+// What a code stands for.
+struct Run {
+    std::size_t length;  // in bytes, of the row
+    std::size_t stored;  // of the packed bytes
+    bool isRepeated;
+};
+
 template <std::size_t kUnit>
-void FillBlocks(std::uint8_t* to, const std::uint8_t* unit, std::size_t size) {
-    std::uint8_t block[kRowSlack];
-    for (std::size_t at = 0; at < kRowSlack; at += kUnit)
-        std::memcpy(block + at, unit, kUnit);
-    for (std::size_t done = 0; done < size; done += kRowSlack)
-        std::memcpy(to + done, block, kRowSlack);
+Run RunOf(std::uint8_t code) {
+    const bool isRepeated = code > kNothing;
+    const std::size_t length = (isRepeated ? 257U - code : code + 1U) * kUnit;
+    return {length, isRepeated ? kUnit : length, isRepeated};
 }
 
-const std::uint8_t* Start(std::string_view bytes) {
-    return reinterpret_cast<const std::uint8_t*>(bytes.data());
+// Eight bytes of a unit repeated.
+template <std::size_t kUnit>
+std::uint64_t Repeated(const std::uint8_t* unit) {
+    if constexpr (kUnit == 1) return *unit * UINT64_C(0x0101010101010101);
+    std::uint16_t word = 0;
+    std::memcpy(&word, unit, sizeof word);
+    return word * UINT64_C(0x0001000100010001);
 }
 
-// Units of kUnit bytes. The loop holds on to: at <= end, made <= size.
+// Moves a run in blocks of kBlock bytes, of which the last may go on behind its end, in what is
+// read as well. What a run is decides nothing but what is in its blocks, for it cannot be foretold.
+template <std::size_t kUnit>
+void MoveRun(const Run& run, const std::uint8_t* from, std::uint8_t* to) {
+    const std::uint64_t repeated = Repeated<kUnit>(from);
+    const std::uint64_t mask = run.isRepeated ? ~UINT64_C(0) : 0;
+    std::uint64_t block[kBlock / sizeof(std::uint64_t)];
+    std::size_t done = 0;
+    do {
+        std::memcpy(block, from + (run.isRepeated ? 0 : done), sizeof block);
+        block[0] = (block[0] & ~mask) | (repeated & mask);
+        block[1] = (block[1] & ~mask) | (repeated & mask);
+        std::memcpy(to + done, block, sizeof block);
+        done += sizeof block;
+    } while (done < run.length);
+}
+
+// Runs as long as the longest there are would fit, in the bytes and in the row.
+template <std::size_t kUnit>
+void UnpackFarFromTheEnds(Place& place) {
+    constexpr std::size_t kLongest = 128 * kUnit;
+    static_assert(kLongest % kBlock == 0, "the last block of a run ends where the longest does");
+    while (place.room >= kLongest &&
+           static_cast<std::size_t>(place.end - place.at) > kLongest + kBlock) {
+        const std::uint8_t code = *place.at++;
+        if (code == kNothing) continue;
+        const Run run = RunOf<kUnit>(code);
+        MoveRun<kUnit>(run, place.at, place.to);
+        place.at += run.stored;
+        place.to += run.length;
+        place.room -= run.length;
+    }
+}
+
+template <std::size_t kUnit>
+void Fill(std::uint8_t* to, const std::uint8_t* unit, std::size_t size) {
+    for (std::size_t done = 0; done < size; done += kUnit)
+        std::memcpy(to + done, unit, kUnit);
+}
+
+// One run; false when it goes on behind the bytes or the row, of which then none is left.
+template <std::size_t kUnit>
+bool UnpackRun(Place& place) {
+    const std::uint8_t code = *place.at++;
+    if (code == kNothing) return true;
+    const Run run = RunOf<kUnit>(code);
+    const std::size_t stored = std::min(run.stored, static_cast<std::size_t>(place.end - place.at));
+    if (run.isRepeated && stored < kUnit) {
+        place.at = place.end;
+        return false;
+    }
+    const std::size_t length = std::min(run.isRepeated ? run.length : stored, place.room);
+    if (run.isRepeated) {
+        Fill<kUnit>(place.to, place.at, length);
+    } else {
+        std::memcpy(place.to, place.at, length);
+    }
+    place.at += stored;
+    place.to += length;
+    place.room -= length;
+    return length == run.length;
+}
+
 template <std::size_t kUnit>
 Unpacked UnpackUnits(std::string_view packed, std::uint8_t* row, std::size_t size) {
-    const std::uint8_t* at = Start(packed);
-    const std::uint8_t* const end = at + packed.size();
-    std::size_t made = 0;
-    while (made < size && at < end) {
-        const std::uint8_t code = *at++;
-        if (code == kNothing) continue;
-        const std::size_t length = (code < kNothing ? code + 1U : 257U - code) * kUnit;
-        const std::size_t stored = code < kNothing ? length : kUnit;
-        const auto left = static_cast<std::size_t>(end - at);
-        const std::size_t taken = std::min(length, size - made);
-        if (stored > left && (code > kNothing || taken > left)) {  // the bytes end within the run
-            const std::size_t rest = code < kNothing ? std::min(taken, left) : 0;
-            std::memcpy(row + made, at, rest);
-            return {packed.size(), made + rest, false};
-        }
-        if (code > kNothing) {
-            FillBlocks<kUnit>(row + made, at, taken);
-        } else if (left >= taken + kRowSlack) {
-            CopyBlocks(row + made, at, taken);
-        } else {
-            std::memcpy(row + made, at, taken);
-        }
-        at += std::min(stored, left);
-        made += taken;
-        if (taken < length) return {static_cast<std::size_t>(at - Start(packed)), made, false};
-    }
-    return {static_cast<std::size_t>(at - Start(packed)), made, made == size};
+    const auto* const start = reinterpret_cast<const std::uint8_t*>(packed.data());
+    Place place{start, start + packed.size(), row, size};
+    UnpackFarFromTheEnds<kUnit>(place);
+    bool isWhole = true;
+    while (isWhole && place.room > 0 && place.at < place.end)
+        isWhole = UnpackRun<kUnit>(place);
+    return {static_cast<std::size_t>(place.at - start), size - place.room,
+            isWhole && place.room == 0};
 }
 
 }  // namespace
@@ -112,7 +165,7 @@ void PackedRows::Explore(const PictureBytes& bytes, int rows) {
 const std::uint8_t* PackedRows::Next(PictureBytes& bytes) {
     if (packing_ == Packing::kNone) {
         const std::string_view row = bytes.Take(size_);
-        return bytes.HasFailed() ? nullptr : Start(row);
+        return bytes.HasFailed() ? nullptr : reinterpret_cast<const std::uint8_t*>(row.data());
     }
     const std::size_t count = countSize_ == 2 ? bytes.U16() : bytes.U8();
     PictureBytes rest = bytes;

@@ -28,10 +28,7 @@ struct Unpacked {
     bool isWhole = false;  // the row is full, and no run would have gone on
 };
 
-// How far behind the end of a row the unpacking may write: it moves blocks.
-inline constexpr std::size_t kRowSlack = 16;
-
-// Unpacks until the row is full or the bytes end. `row` has room for `size` + kRowSlack bytes.
+// Unpacks until the row of `size` bytes is full or the bytes end.
 Unpacked UnpackBytes(std::string_view packed, std::uint8_t* row, std::size_t size);
 
 // The same for units of two bytes; `size` is even.
@@ -49,7 +46,7 @@ class PackedRows {
         : packing_(packing),
           size_(packing == Packing::kWords ? size / 2 * 2 : size),
           countSize_(countedBytes > 250 ? 2 : 1),
-          row_(size + kRowSlack) {}
+          row_(size) {}
 
     // Looks at the next rows, at most `rows`, to find out how their lengths are stored.
     void Explore(const PictureBytes& bytes, int rows);

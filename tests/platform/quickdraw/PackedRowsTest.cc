@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
 
 #include "tests/support/Scratch.h"
@@ -19,11 +21,15 @@ struct Result {
 };
 
 Result Unpack(Packing packing, std::string_view packed, std::size_t size) {
-    std::vector<std::uint8_t> row(size + kRowSlack, 0xEE);
+    constexpr std::size_t kBehind = 40;
+    std::vector<std::uint8_t> row(size + kBehind, 0xEE);
     Result result;
     result.unpacked = packing == Packing::kWords ? UnpackWords(packed, row.data(), size)
                                                  : UnpackBytes(packed, row.data(), size);
     result.row = {reinterpret_cast<const char*>(row.data()), result.unpacked.made};
+    EXPECT_TRUE(std::all_of(row.begin() + static_cast<std::ptrdiff_t>(size), row.end(),
+                            [](std::uint8_t byte) { return byte == 0xEE; }))
+        << "written behind the row";
     return result;
 }
 
@@ -89,12 +95,48 @@ TEST(PackedRows, TheLongestRunsAre128UnitsLong) {
     EXPECT_EQ(Hex(Unpack(Packing::kWords, "\x7F" + words, 256).row), Hex(words));
 }
 
-TEST(PackedRows, NothingIsWrittenFurtherBehindARowThanItsSlack) {
-    for (const char* packed : {"81 C3", "FF C3", "80 F0 C3"}) {
-        std::vector<std::uint8_t> row(200, 0xEE);
-        (void)UnpackBytes(Bytes(packed), row.data(), 50);
-        for (std::size_t at = 50 + kRowSlack; at < row.size(); ++at)
-            ASSERT_EQ(row[at], 0xEE) << packed << " at " << at;
+// The rules written out, a unit at a time.
+std::string Plainly(std::string_view packed, std::size_t unit) {
+    std::string row;
+    for (std::size_t at = 0; at < packed.size();) {
+        const auto code = static_cast<unsigned char>(packed[at++]);
+        if (code == 128) continue;
+        const std::size_t taken = code < 128 ? (code + std::size_t{1}) * unit : unit;
+        for (int i = 0; i < (code < 128 ? 1 : 257 - code); ++i)
+            row += packed.substr(at, taken);
+        at += taken;
+    }
+    return row;
+}
+
+std::string RandomCodes(std::mt19937& random, std::size_t unit) {
+    std::uniform_int_distribution<int> any(0, 255);
+    std::uniform_int_distribution<int> brief(240, 270);  // short runs, more often met
+    std::string packed;
+    for (int codes = any(random) / 4; codes > 0; --codes) {
+        const auto code =
+            static_cast<unsigned char>(any(random) < 80 ? any(random) : brief(random));
+        packed += static_cast<char>(code);
+        const std::size_t units = code < 128 ? code + std::size_t{1} : code > 128 ? 1 : 0;
+        for (std::size_t i = 0; i < units * unit; ++i)
+            packed += static_cast<char>(any(random));
+    }
+    return packed;
+}
+
+TEST(PackedRows, RandomCodesBecomeWhatTheRulesSayAndNothingBehindTheRowIsWritten) {
+    std::mt19937 random(1);
+    for (int i = 0; i < 2000; ++i) {
+        for (const Packing packing : {Packing::kBytes, Packing::kWords}) {
+            const std::size_t unit = packing == Packing::kWords ? 2 : 1;
+            const std::string packed = RandomCodes(random, unit);
+            const std::string row = Plainly(packed, unit);
+            const Result whole = Unpack(packing, packed, row.size());
+            ASSERT_EQ(Hex(whole.row), Hex(row));
+            ASSERT_TRUE(whole.unpacked.isWhole);
+            const std::size_t less = row.size() / unit / 2 * unit;
+            ASSERT_EQ(Hex(Unpack(packing, packed, less).row), Hex(row.substr(0, less)));
+        }
     }
 }
 

@@ -12,9 +12,7 @@ constexpr std::size_t kMostPlanes = 4;
 class Planes {
  public:
     Planes(const CompressedImage& image, Frame* frame)
-        : image_(image),
-          frame_(*frame),
-          row_(static_cast<std::size_t>(frame->Width()) + kRowSlack) {}
+        : image_(image), frame_(*frame), row_(static_cast<std::size_t>(frame->Width())) {}
 
     void Read(std::size_t plane, PictureBytes& lengths, PictureBytes& rows) {
         for (int y = 0; y < frame_.Height(); ++y) {
