@@ -51,7 +51,7 @@ bool ReadImageDescription(PictureBytes& bytes, ImageDescription* description) {
     return true;
 }
 
-std::unique_ptr<Frame> DecodeImage(const ImageDescription& description, Canvas& canvas) {
+std::unique_ptr<Frame> DecodeImage(ImageDescription& description, Canvas& canvas) {
     const Decoder decode = DecoderOf(description.image.codec);
     const std::size_t dataSize = description.image.data.size();
     if (decode == nullptr || !IsPlausible(description.width, description.height, dataSize))
@@ -60,7 +60,12 @@ std::unique_ptr<Frame> DecodeImage(const ImageDescription& description, Canvas& 
                         static_cast<std::uint64_t>(description.height);
     if (!canvas.Spend(4 * pixels)) return nullptr;
     auto frame = std::make_unique<Frame>(description.width, description.height);
-    return decode(description.image, frame.get()) ? std::move(frame) : nullptr;
+    std::uint64_t work = canvas.WorkLeft();
+    description.image.work = &work;
+    const bool isDecoded = decode(description.image, frame.get());
+    description.image.work = nullptr;
+    (void)canvas.Spend(canvas.WorkLeft() - work);
+    return isDecoded ? std::move(frame) : nullptr;
 }
 
 }  // namespace Ondrel::QuickDraw

@@ -27,7 +27,7 @@ bool ReadImageDescription(PictureBytes& bytes, ImageDescription* description);
 // The image decoded, its work taken off the canvas's. Null when the compressor is not known,
 // nothing comes out of the data, or the image is far larger than its data let it be. Throws
 // std::bad_alloc.
-std::unique_ptr<Frame> DecodeImage(const ImageDescription& description, Canvas& canvas);
+std::unique_ptr<Frame> DecodeImage(ImageDescription& description, Canvas& canvas);
 
 }  // namespace Ondrel::QuickDraw
 

@@ -34,10 +34,11 @@ bool IsQuickTime(std::uint16_t opcode) {
 
 class Player {
  public:
-    Player(std::string_view picture, const PictureHead& head, Canvas& canvas)
+    Player(std::string_view picture, const PictureHead& head, Canvas& canvas, int nesting)
         : bytes_(picture), canvas_(canvas) {
         bytes_.Skip(head.commands);
         state_.version = head.version;
+        state_.nesting = nesting;
         state_.mapping = {head.source, canvas.Width(), canvas.Height()};
         state_.clip = Region(canvas.Bounds());
     }
@@ -130,8 +131,8 @@ class Player {
 
 }  // namespace
 
-void PlayPicture(std::string_view picture, const PictureHead& head, Canvas& canvas) {
-    Player(picture, head, canvas).Play();
+void PlayPicture(std::string_view picture, const PictureHead& head, Canvas& canvas, int nesting) {
+    Player(picture, head, canvas, nesting).Play();
 }
 
 }  // namespace Ondrel::QuickDraw

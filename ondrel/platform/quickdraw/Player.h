@@ -10,8 +10,10 @@
 namespace Ondrel::QuickDraw {
 
 // Draws a picture, whose head was read from these bytes, so that its frame fills the canvas, until
-// its end, damage, or the end of the canvas's allowance of work. Throws std::bad_alloc.
-void PlayPicture(std::string_view picture, const PictureHead& head, Canvas& canvas);
+// its end, damage, or the end of the canvas's allowance of work. `nesting` tells how many pictures
+// it is in, one in the other. Throws std::bad_alloc.
+void PlayPicture(std::string_view picture, const PictureHead& head, Canvas& canvas,
+                 int nesting = 0);
 
 }  // namespace Ondrel::QuickDraw
 

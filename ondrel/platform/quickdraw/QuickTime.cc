@@ -119,6 +119,7 @@ bool DrawCompressed(PictureBytes& bytes, const State& state, Canvas& canvas) {
     if (!ReadCommand(bytes, &command)) return false;
     command.image.image.hasAlpha =
         command.mode >= kFirstAlphaMode && command.mode <= kLastAlphaMode;
+    command.image.image.nesting = command.matte.image.nesting = state.nesting;
     const std::unique_ptr<Frame> frame = DecodeImage(command.image, canvas);
     if (frame == nullptr) return false;
     if (command.matteSize > 0) {

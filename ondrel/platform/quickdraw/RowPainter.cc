@@ -101,7 +101,7 @@ void RowPainter::PlaceColumns() {
 int RowPainter::FirstTarget(int sourceRow) const {
     const std::int64_t from = placement_.source.Height();
     const std::int64_t to = placement_.destination.Height();
-    return static_cast<int>((2 * sourceRow * to + from - 1) / (2 * from));
+    return static_cast<int>((std::int64_t{2} * sourceRow * to + from - 1) / (2 * from));
 }
 
 // The pixels of the area, from a row of the image.
@@ -142,7 +142,10 @@ bool RowPainter::DrawRow(const std::uint8_t* row) {
     const int first = std::max(top + FirstTarget(sourceRow), area_.top);
     const int last = std::min(top + FirstTarget(sourceRow + 1), area_.bottom);
     if (first >= last) return true;
-    if (!line_.empty()) FillLine(row);
+    if (!line_.empty()) {
+        if (!canvas_.Spend((columnPixels_.size() + line_.size()) / 4)) return false;
+        FillLine(row);
+    }
     const auto boxes = placement_.visible.Boxes();
     for (int y = first; y < last; ++y) {
         const auto columns = static_cast<std::uint64_t>(area_.Width());

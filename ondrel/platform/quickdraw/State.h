@@ -46,6 +46,7 @@ struct TextState {
 
 struct State {
     int version = 1;
+    int nesting = 0;  // how many pictures this one is in, one in the other
     Mapping mapping;
     Region clip;  // on the canvas
 

@@ -223,6 +223,42 @@ TEST(QuickTime, APngFileIsDrawn) {
     EXPECT_EQ(DrawOn(2, 1, command), "skipped ..|") << "far larger than it was said to be";
 }
 
+// A picture of 4 x 2 pixels that draws this behind its head.
+std::string PictureWith(const std::string& commands) {
+    return Word(0) + RectBytes({0, 0, 2, 4}) + Bytes("0011 02FF") + commands + Bytes("00FF");
+}
+
+std::string DrawingWith(int levels) {
+    const std::string inside = levels == 0 ? Bytes("0031 0000 0001 0002 0003")
+                                           : Word(kCompressed) + DrawingWith(levels - 1);
+    return CommandBytes({{"qdrw", 4, 2, 24, PictureWith(inside), {}}, {0, 0, 2, 4}});
+}
+
+TEST(QuickTime, APictureInAPictureIsDrawnAndOneInThatAsWell) {
+    for (const int levels : {0, 1}) {
+        Page page(4, 2);
+        EXPECT_EQ(Draw(DrawingWith(levels), page), ".KK.|.KK.|") << levels;
+    }
+    Page page(4, 2);
+    EXPECT_EQ(Draw(DrawingWith(2), page), "....|....|");
+}
+
+TEST(QuickTime, APictureInAPictureTakesFromItsWork) {
+    Page page(4, 2);
+    (void)Draw(DrawingWith(0), page);
+    const std::uint64_t spent = kEnoughWork - page.canvas.WorkLeft();
+    Canvas canvas(4, 2, spent - 4);
+    const std::string stored = DrawingWith(0);
+    PictureBytes bytes(stored);
+    (void)DrawQuickTime(kCompressed, bytes, page.state, canvas);
+    EXPECT_TRUE(canvas.IsExhausted());
+}
+
+TEST(QuickTime, WhatIsNoPictureIsSkipped) {
+    CommandFields command{{"qdrw", 4, 2, 24, std::string(40, 'a'), {}}, {0, 0, 2, 4}};
+    EXPECT_EQ(DrawOn(4, 2, command), "skipped ....|....|");
+}
+
 // A JPEG file of 8 x 8 pixels a component, with codes of our own: for the first coefficient of a
 // block, 0 stands for no difference and 10 for one of seven bits; for the others, 0 ends the block.
 // All are stored in eighths, so that the first one is the level of the block, counted from 128.

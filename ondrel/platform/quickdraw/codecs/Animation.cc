@@ -64,7 +64,7 @@ class Rows {
             const std::uint8_t left = bytes_.U8();
             if (left == 0) return;
             x_ = (left - std::size_t{1}) * unitPixels_;
-            for (int code = bytes_.S8(); code != kRowIsOver; code = bytes_.S8()) {
+            for (int code = ReadCode(); code != kRowIsOver; code = ReadCode()) {
                 if (bytes_.HasFailed()) return;
                 if (code == 0)
                     x_ += static_cast<std::size_t>(std::max(bytes_.U8() - 1, 0)) * unitPixels_;
@@ -78,7 +78,7 @@ class Rows {
         --y_;  // the first pair begins a row
         for (;;) {
             const std::uint8_t left = bytes_.U8();
-            const int code = bytes_.S8();
+            const int code = ReadCode();
             if (code == 0 || bytes_.HasFailed()) return;
             if ((left & kNewRow) != 0) {
                 ++y_;
@@ -88,6 +88,11 @@ class Rows {
             if (y_ >= end_) return;
             if (y_ >= 0 && code != kRowIsOver) Draw(code);
         }
+    }
+
+    int ReadCode() {
+        const int byte = bytes_.U8();
+        return byte < 128 ? byte : byte - 256;
     }
 
     // Draws units as they follow, or one repeated.

@@ -11,15 +11,15 @@
 namespace Ondrel::QuickDraw {
 
 inline constexpr int kBlockSide = 4;
-using Block = std::array<Pixel, kBlockSide * kBlockSide>;  // rows from the top
+using Block = std::array<Pixel, 16>;  // rows from the top
 
 // Puts a block's top left corner at a place in the frame.
 inline void PutBlock(const Block& block, int left, int top, Frame* frame) {
     const int columns = std::min(kBlockSide, frame->Width() - left);
     const int rows = std::min(kBlockSide, frame->Height() - top);
-    for (int y = 0; y < rows; ++y)
-        std::copy_n(block.begin() + kBlockSide * y, std::max(columns, 0),
-                    frame->Row(top + y) + left);
+    auto from = block.begin();
+    for (int y = 0; y < rows; ++y, from += kBlockSide)
+        std::copy_n(from, std::max(columns, 0), frame->Row(top + y) + left);
 }
 
 class Blocks {

@@ -13,6 +13,7 @@ constexpr Entry kDecoders[] = {
     {MakeFourCC("raw "), DecodeRaw},      {MakeFourCC("rle "), DecodeAnimation},
     {MakeFourCC("smc "), DecodeGraphics}, {MakeFourCC("rpza"), DecodeVideo},
     {MakeFourCC("cvid"), DecodeCinepak},  {MakeFourCC("8BPS"), DecodePlanar},
+    {MakeFourCC("qdrw"), DecodeDrawing},
 };
 
 }  // namespace

@@ -12,6 +12,7 @@ namespace Ondrel::QuickDraw {
 
 bool DecodeAnimation(const CompressedImage& image, Frame* frame);  // 'rle '
 bool DecodeCinepak(const CompressedImage& image, Frame* frame);    // 'cvid'
+bool DecodeDrawing(const CompressedImage& image, Frame* frame);    // 'qdrw'
 bool DecodeGraphics(const CompressedImage& image, Frame* frame);   // 'smc '
 bool DecodeJpeg(const CompressedImage& image, Frame* frame);       // 'jpeg'
 bool DecodePlanar(const CompressedImage& image, Frame* frame);     // '8BPS'

@@ -20,6 +20,8 @@ struct CompressedImage {
     bool hasAlpha = false;  // the fourth byte of 32-bit pixels is alpha
     ColorTable colors;      // of indices
     std::string_view data;
+    int nesting = 0;                // how many pictures it is in, one in the other
+    std::uint64_t* work = nullptr;  // what a picture in it may ask for; it takes off what it did
 
     bool IsIndexed() const { return depth <= 8 || depth > 32; }
     int Bits() const { return depth > 32 ? depth - 32 : depth; }
