@@ -50,9 +50,9 @@ std::vector<Include> IncludesOf(const std::string& text) {
     return includes;
 }
 
-// "fil" for "ondrel/fil/fil.h"; empty for anything that is not directly in such a folder.
+// "fil" for "ondrel/fil/fil.h", and for what lies in folders below that one; else empty.
 std::string FolderOf(const std::string& path) {
-    static const std::regex kPath("ondrel/([a-z]+)/[^/]+");
+    static const std::regex kPath("ondrel/([a-z]+)/.+");
     std::smatch match;
     return std::regex_match(path, match, kPath) ? match[1].str() : std::string();
 }
