@@ -35,6 +35,19 @@ class Collector : public benchmark::BenchmarkReporter {
 
     bool Failed() const { return failed_; }
 
+    // A line for each: work, contender, milliseconds. Behind what other benchmarks have written.
+    bool Append(const std::string& path) const {
+        std::FILE* const file = std::fopen(path.c_str(), "a");
+        if (file == nullptr) return false;
+        std::set<std::string> written;
+        for (const auto& [index, work] : works_) {
+            if (!written.insert(work).second) continue;
+            for (const auto& [contender, median] : medians_.at(work))
+                std::fprintf(file, "%s\t%s\t%.6f\n", work.c_str(), contender.c_str(), median);
+        }
+        return std::fclose(file) == 0;
+    }
+
     void Print(const std::vector<std::string>& contenders) const {
         std::printf("| work |");
         for (const std::string& contender : contenders)
@@ -89,11 +102,23 @@ bool TakeArgument(int* argc, char** argv, const char* name) {
     return found;
 }
 
+// What an argument of ours of the form "--name=value" says; empty where it is not given.
+std::string TakeValue(int* argc, char** argv, const std::string& start) {
+    for (int i = 1; i < *argc; ++i) {
+        std::string argument = argv[i];
+        if (argument.compare(0, start.size(), start) != 0) continue;
+        TakeArgument(argc, argv, argument.c_str());
+        return argument.substr(start.size());
+    }
+    return {};
+}
+
 }  // namespace
 
 int RunAndPrint(int argc, char** argv, const std::vector<std::string>& contenders,
                 const std::vector<std::string>& skipped) {
     const bool processorTime = TakeArgument(&argc, argv, "--processor_time");
+    const std::string results = TakeValue(&argc, argv, "--results=");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     Collector collector(processorTime);
@@ -102,6 +127,10 @@ int RunAndPrint(int argc, char** argv, const std::vector<std::string>& contender
     collector.Print(contenders);
     for (const std::string& peer : skipped)
         std::printf("\nSkipped, for it is not installed: %s.\n", peer.c_str());
+    if (!results.empty() && !collector.Append(results)) {
+        std::fprintf(stderr, "%s cannot be written\n", results.c_str());
+        return 1;
+    }
     return collector.Failed() ? 1 : 0;
 }
 

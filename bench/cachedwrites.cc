@@ -154,18 +154,18 @@ int main(int argc, char** argv) {
     for (int i = 0; i < kTotal; ++i)
         content[static_cast<std::size_t>(i)] =
             static_cast<unsigned char>((static_cast<unsigned>(i) * 0x9E3779B1U) >> 24);
-    benchmark::RegisterBenchmark("cached writes/floor", Writes<Floor>)
+    benchmark::RegisterBenchmark("E. cached writes/floor", Writes<Floor>)
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("cached writes/libOndrelOld", Writes<Direct>)
+    benchmark::RegisterBenchmark("E. cached writes/ondrel", Writes<Direct>)
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("cached writes/std::filebuf", Writes<Filebuf>)
+    benchmark::RegisterBenchmark("E. cached writes/std::filebuf", Writes<Filebuf>)
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("cached writes/stdio", Writes<Stdio>)
+    benchmark::RegisterBenchmark("E. cached writes/stdio", Writes<Stdio>)
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("cached writes/pwrite each", Writes<EachByItself>)
+    benchmark::RegisterBenchmark("E. cached writes/pwrite each", Writes<EachByItself>)
         ->Unit(benchmark::kMillisecond);
     const int result = Bench::RunAndPrint(
-        argc, argv, {"floor", "libOndrelOld", "std::filebuf", "stdio", "pwrite each"}, {});
+        argc, argv, {"floor", "ondrel", "std::filebuf", "stdio", "pwrite each"}, {});
     std::filesystem::remove(path);
     return result;
 }

@@ -104,17 +104,17 @@ int main(int argc, char** argv) {
     folder = pattern;
     path = folder + "/document";
     content.assign(kSize, 'c');
-    std::vector<std::string> contenders = {"floor", "libOndrelOld"};
+    std::vector<std::string> contenders = {"floor", "ondrel"};
     std::vector<std::string> skipped;
-    benchmark::RegisterBenchmark("durable save of 1 MiB/floor", Save<SaveAtFloor>)
+    benchmark::RegisterBenchmark("I. durable save of 1 MiB/floor", Save<SaveAtFloor>)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
-    benchmark::RegisterBenchmark("durable save of 1 MiB/libOndrelOld", Save<SaveByLibrary>)
+    benchmark::RegisterBenchmark("I. durable save of 1 MiB/ondrel", Save<SaveByLibrary>)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 #ifdef BENCH_HAS_QT
     contenders.push_back("QSaveFile");
-    benchmark::RegisterBenchmark("durable save of 1 MiB/QSaveFile", Save<SaveByQt>)
+    benchmark::RegisterBenchmark("I. durable save of 1 MiB/QSaveFile", Save<SaveByQt>)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 #else
@@ -122,7 +122,7 @@ int main(int argc, char** argv) {
 #endif
 #ifdef BENCH_HAS_GLIB
     contenders.push_back("GLib");
-    benchmark::RegisterBenchmark("durable save of 1 MiB/GLib", Save<SaveByGlib>)
+    benchmark::RegisterBenchmark("I. durable save of 1 MiB/GLib", Save<SaveByGlib>)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 #else

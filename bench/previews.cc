@@ -258,9 +258,9 @@ void RegisterEncoder(const std::string& contender) {
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime();
     };
-    add("pack noise", PackRows<Contender, Noise>);
-    add("pack flat rows", PackRows<Contender, Flat>);
-    add("pack a gradient", PackRows<Contender, Gradient>);
+    add("F. pack noise", PackRows<Contender, Noise>);
+    add("F. pack flat rows", PackRows<Contender, Flat>);
+    add("F. pack a gradient", PackRows<Contender, Gradient>);
 }
 
 // --- Whole previews -----------------------------------------------------------------------------
@@ -328,7 +328,7 @@ void RegisterProgram(const std::string& contender, const std::vector<std::string
         for (auto _ : state)
             if (!RunProgram(words)) return state.SkipWithError("the program failed");
     };
-    benchmark::RegisterBenchmark(("write a preview/" + contender).c_str(), run)
+    benchmark::RegisterBenchmark(("G. write a preview/" + contender).c_str(), run)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 }
@@ -366,7 +366,7 @@ int main(int argc, char** argv) {
 #else
     skipped.push_back("netpbm");
 #endif
-    benchmark::RegisterBenchmark("write a preview/ondrel", WritePreview)
+    benchmark::RegisterBenchmark("G. write a preview/ondrel", WritePreview)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
     const struct {

@@ -132,8 +132,8 @@ int Main(int argc, char** argv) {
     const SearchTree made(std::filesystem::temp_directory_path().string(), kFiles);
     tree = &made;
     Ondrel::MountVolume(kVolume, made.Path().c_str());
-    RegisterWork<Case::kFolded, Filsea>("deep filsea");
-    RegisterWork<Case::kExact, Volume>("SearchVolume");
+    RegisterWork<Case::kFolded, Filsea>("H. deep search");
+    RegisterWork<Case::kExact, Volume>("H. volume search");
     std::vector<std::string> skipped;
     for (const char* program : {"find", "fdfind"})
         if (!IsInstalled(program)) skipped.emplace_back(program);
