@@ -1,4 +1,6 @@
-// Blocks of bytes, the end-of-file test and the size on disk.
+// Blocks of bytes, the end-of-file test and the size on disk. A block that is no shorter than a
+// buffer passes the buffers by where they are empty: one transfer between the file and the caller's
+// memory.
 #include <cstring>
 
 #include "ondrel/fil/record.h"
@@ -19,6 +21,45 @@ void PutBytes(fil* f, const unsigned char* src, int n) {
     f->count -= n;
 }
 
+// The buffer that is being read is used up. Reads `n` bytes straight into the caller's memory, from
+// where the other buffer would have been read, which is as it would be behind them.
+bool ReadStraight(fil* f, unsigned char* dst, int n) {
+    if (f->sys->error != noErr || f->count != 0) return false;
+    const Side used = Side::Reading(f);
+    const Side fresh = used.Other();
+    if (!fresh.ReadStraight(dst, n)) return false;
+    used.Position() = fresh.Position() + kFilBufferSize;
+    used.StartRead();
+    f->cursor = fresh.End();
+    return true;
+}
+
+// Whether `n` bytes can be written straight: the buffer is empty, and the position behind them is
+// one that can be expressed.
+bool TakesStraight(const fil* f, int n) {
+    if (n < kFilBufferSize || f->sys->error != noErr) return false;
+    const Side here = Side::Writing(f);
+    return f->cursor == here.Start() && here.Position() < kFilNoPosition - kFilBufferSize - n;
+}
+
+// As full buffers are written, but from the caller's memory: the failure of the last one is met
+// when the next one is full, that of an earlier one here.
+int WriteStraight(fil* f, const unsigned char* src, int n) {
+    sysinfrec* const sys = f->sys;
+    const Side full = Side::Writing(f);
+    const Side fresh = full.Other();
+    sys->error = fresh.TakeResult();
+    fresh.Position() = full.Position() + n;
+    f->cursor = fresh.Start();
+    f->count = kFilBufferSize;
+    sys->tailLength = 0;
+    full.WriteStraight(src, n);
+    if (sys->error == noErr && n >= 2 * kFilBufferSize) sys->error = full.TakeResult();
+    if (sys->error == noErr) return 0;
+    f->count = 0;
+    return Fail(sys->errorContext, -1);
+}
+
 }  // namespace
 
 int filrea(fil* f, unsigned char* dst, int n) {
@@ -28,6 +69,7 @@ int filrea(fil* f, unsigned char* dst, int n) {
         if (left > 0) TakeBytes(f, dst, left);
         dst += left;
         n -= left;
+        if (n >= kFilBufferSize && ReadStraight(f, dst, n)) return 0;
         // The slow path switches buffers and consumes a byte, which is given back.
         f->count = -1;
         if (const int byte = filrea8sub(f); byte < 0) return byte;
@@ -43,6 +85,7 @@ int filwri(fil* f, const unsigned char* src, int n) {
     if (n == 0) return 0;
     if (f->count < 1) return Fail(f->sys->errorContext, -1);  // latched, and nothing free
     while (n >= f->count) {
+        if (TakesStraight(f, n)) return WriteStraight(f, src, n);
         const int room = f->count;
         PutBytes(f, src, room - 1);
         f->count = 0;

@@ -29,7 +29,7 @@ int Rewind(fil* f, Side here) {
     const bool pristine = here.Position() == kFilNoPosition;
     if (pristine && other.Position() == 0 && !other.HasFailed()) return 0;
     other.Settle();
-    if (here.Position() != 0 || here.HasFailed()) {
+    if (here.Position() != 0 || here.HasFailed() || here.Valid() < 1) {
         here.Position() = 0;
         here.StartRead();
     }
@@ -56,22 +56,50 @@ int Jump(fil* f, Side here, int position) {
     return FailMove(f, result, result == eofErr ? -3 : -1);
 }
 
-int MoveReading(fil* f, int position) {
+// Out of the buffer, or to where nothing is.
+[[gnu::noinline]] int MoveReadingFar(fil* f, int position) {
     const Side here = Side::Reading(f);
     if (position < 0) return FailMove(f, posErr, -1);
-    const int valid = here.Valid();
-    // A move to the buffer's own start would leave the cursor where the other buffer ends.
-    if (here.Position() < position && position - here.Position() <= valid) {
-        const int offset = position - here.Position();
-        Place(f, here, offset, valid - offset);
-        if (here.Other().HasFailed()) here.Other().StartRead();
-        return 0;
-    }
     return position == 0 ? Rewind(f, here) : Jump(f, here, position);
 }
 
-int MoveWriting(fil* f, int position) {
+// After a failed read-ahead a move starts it again.
+[[gnu::noinline]] int ReadOtherAgain(const fil* f) {
+    Side::Reading(f).Other().StartRead();
+    return 0;
+}
+
+// Within one of the buffers; most moves are. A move to the buffer's own start would leave the
+// cursor where the other buffer ends, and one that has no position has none before `position`.
+inline int MoveReading(fil* f, int position, int start, unsigned char* buffer,
+                       const FSForkIOParam& request, const FSForkIOParam& other) {
+    if (request.ioResult != noErr && request.ioResult != eofErr) return MoveReadingFar(f, position);
+    const int valid = static_cast<int>(request.actualCount);
+    if (position <= start || position - start > valid) return MoveReadingFar(f, position);
+    f->cursor = buffer + (position - start);
+    f->count = valid - (position - start);
+    if (other.ioResult < 0 && other.ioResult != eofErr) [[unlikely]]
+        return ReadOtherAgain(f);
+    return 0;
+}
+
+int MoveReading(fil* f, int position) {
     sysinfrec* const sys = f->sys;
+    return f->cursor > sys->buffer2 ? MoveReading(f, position, sys->position2, sys->buffer2,
+                                                  sys->request2, sys->request1)
+                                    : MoveReading(f, position, sys->position1, sys->buffer1,
+                                                  sys->request1, sys->request2);
+}
+
+bool HasPosition(const fil* f) {
+    return f->sys != nullptr && (f->sys->mode & (kFilModeRead | kFilModeWrite)) != 0;
+}
+
+// Also for who reads and writes neither.
+[[gnu::noinline]] int MoveWriting(fil* f, int position) {
+    if (!HasPosition(f)) return -1;
+    sysinfrec* const sys = f->sys;
+    sys->error = noErr;
     const Side here = Side::Writing(f);
     sys->tailLength = std::max(sys->tailLength, static_cast<int>(f->cursor - here.Start()));
     if (position < 0 || position == kFilNoPosition) return FailMove(f, posErr, -1);
@@ -89,10 +117,6 @@ int MoveWriting(fil* f, int position) {
     return result == noErr ? 0 : FailMove(f, result, -1);
 }
 
-bool HasPosition(const fil* f) {
-    return f->sys != nullptr && (f->sys->mode & (kFilModeRead | kFilModeWrite)) != 0;
-}
-
 }  // namespace
 
 int filpos(fil* f) {
@@ -104,9 +128,12 @@ int filpos(fil* f) {
 }
 
 int filpos(fil* f, int position) {
-    if (!HasPosition(f)) return -1;
-    f->sys->error = noErr;
-    return (f->sys->mode & kFilModeRead) != 0 ? MoveReading(f, position) : MoveWriting(f, position);
+    sysinfrec* const sys = f->sys;
+    if (sys != nullptr && (sys->mode & kFilModeRead) != 0) [[likely]] {
+        sys->error = noErr;
+        return MoveReading(f, position);
+    }
+    return MoveWriting(f, position);
 }
 
 int filgetsiz(fil* f) {

@@ -95,6 +95,30 @@ void Side::StartWrite(int length) const {
         write1(sys_, sys_->buffer1, length);
 }
 
+void Side::WriteStraight(const unsigned char* bytes, int length) const {
+    Write(sys_, &Request(), Position(), bytes, length);
+    (void)PBWaitFork(&Request());
+}
+
+bool Side::ReadStraight(unsigned char* bytes, int length) const {
+    FSForkIOParam& request = Request();
+    const int position = Position();
+    if (request.ioResult != kRequestInProgress || sys_->forkSize < 0 || position > sys_->forkSize ||
+        length > sys_->forkSize - position)
+        return false;
+    Settle();
+    Prepare(sys_, &request, fsFromStart, position, bytes, length);
+    request.readAhead = false;
+    (void)PBReadForkAsync(&request);
+    if (PBWaitFork(&request) != noErr) {
+        StartRead();
+        return false;
+    }
+    request.actualCount = 0;
+    Position() = position + length - kFilBufferSize;
+    return true;
+}
+
 short Side::TakeResult() const {
     const short result = Wait();
     Request().ioResult = noErr;
@@ -103,17 +127,6 @@ short Side::TakeResult() const {
 
 void Side::Settle() const {
     PBDropFork(&Request());
-}
-
-int Side::Valid() const {
-    const short result = Request().ioResult;
-    if (Position() == kFilNoPosition || (result != noErr && result != eofErr)) return 0;
-    return static_cast<int>(Request().actualCount);
-}
-
-bool Side::HasFailed() const {
-    const short result = Request().ioResult;
-    return result != noErr && result != eofErr && result != kRequestInProgress;
 }
 
 }  // namespace Ondrel

@@ -43,6 +43,15 @@ class Side {
 
     void StartRead() const;
     void StartWrite(int length) const;
+
+    // Writes bytes of the caller's in place of the buffer's, at its position. They are no longer
+    // needed afterwards; the result is met as any write's is.
+    void WriteStraight(const unsigned char* bytes, int length) const;
+
+    // Reads at the buffer's position into the caller's memory, if nothing has been read for the
+    // buffer yet and the fork has so many bytes. The buffer then stands as one consumed to its end,
+    // without a valid byte. False: not possible, or failed, and everything is as it was.
+    bool ReadStraight(unsigned char* bytes, int length) const;
     short Wait() const { return second_ ? wait2(sys_) : wait1(sys_); }
 
     // Waits, and forgets the result, so that a failure is met once.
@@ -52,10 +61,17 @@ class Side {
     void Settle() const;
 
     // The bytes that the last read brought, 0 while it is under way or after it failed.
-    int Valid() const;
+    int Valid() const {
+        const short result = Request().ioResult;
+        if (Position() == kFilNoPosition || (result != noErr && result != eofErr)) return 0;
+        return static_cast<int>(Request().actualCount);
+    }
 
     // The last transfer failed otherwise than by meeting the end of the fork.
-    bool HasFailed() const;
+    bool HasFailed() const {
+        const short result = Request().ioResult;
+        return result != noErr && result != eofErr && result != kRequestInProgress;
+    }
 
  private:
     Side(sysinfrec* sys, bool second) : sys_(sys), second_(second) {}
