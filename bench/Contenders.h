@@ -1,5 +1,5 @@
 // The contenders of the sequential benchmarks. Each is opened on one file and has the same members:
-// open and close for reading and for writing, Get and Put of each width, and blocks.
+// open and close for reading and for writing, Get and Put of each width.
 //
 // The two whose loops are of a few instructions begin at a cache line: where their fields happen to
 // straddle two, a store costs twice as much. They abort where a call fails: a figure of a run that
@@ -25,10 +25,11 @@
 #include <QDataStream>
 #include <QFile>
 #endif
+#ifdef BENCH_HAS_GIO
+#include <gio/gio.h>
+#endif
 
 namespace Bench {
-
-constexpr int kBlockSize = 1024;
 
 extern std::string path;  // of the file, made by main
 
@@ -57,26 +58,6 @@ class alignas(64) Floor {
     void Put8(std::uint32_t value) { Put(static_cast<std::uint8_t>(value)); }
     void Put16(std::uint32_t value) { Put(__builtin_bswap16(static_cast<std::uint16_t>(value))); }
     void Put32(std::uint32_t value) { Put(__builtin_bswap32(value)); }
-    void GetBlock(unsigned char* block) {
-        for (int done = 0; done < kBlockSize;) {
-            if (left_ < 1) Fill();
-            const int part = left_ < kBlockSize - done ? left_ : kBlockSize - done;
-            std::memcpy(block + done, cursor_, static_cast<std::size_t>(part));
-            cursor_ += part;
-            left_ -= part;
-            done += part;
-        }
-    }
-    void PutBlock(const unsigned char* block) {
-        for (int done = 0; done < kBlockSize;) {
-            if (left_ < 1) Flush();
-            const int part = left_ < kBlockSize - done ? left_ : kBlockSize - done;
-            std::memcpy(cursor_, block + done, static_cast<std::size_t>(part));
-            cursor_ += part;
-            left_ -= part;
-            done += part;
-        }
-    }
 
  private:
     static constexpr int kSize = 16384;
@@ -151,8 +132,6 @@ class alignas(64) Streams {
     void Put8(std::uint32_t value) { Ondrel::filwri8(&f_, static_cast<int>(value)); }
     void Put16(std::uint32_t value) { Ondrel::filwri16(&f_, static_cast<int>(value)); }
     void Put32(std::uint32_t value) { Ondrel::filwri32(&f_, static_cast<int>(value)); }
-    void GetBlock(unsigned char* block) { Ondrel::filrea(&f_, block, kBlockSize); }
-    void PutBlock(const unsigned char* block) { Ondrel::filwri(&f_, block, kBlockSize); }
 
  private:
     Ondrel::fil f_;
@@ -191,10 +170,6 @@ class StdioBytes {
     }
     std::uint32_t Get8() { return static_cast<std::uint32_t>(getc_unlocked(file_)); }
     void Put8(std::uint32_t value) { putc_unlocked(static_cast<int>(value & 255), file_); }
-    void GetBlock(unsigned char* block) {
-        if (std::fread(block, 1, kBlockSize, file_) != kBlockSize) std::abort();
-    }
-    void PutBlock(const unsigned char* block) { std::fwrite(block, 1, kBlockSize, file_); }
 
  private:
     std::FILE* file_ = nullptr;
@@ -211,12 +186,6 @@ class FilebufBytes {
     }
     std::uint32_t Get8() { return static_cast<std::uint32_t>(buffer_.sbumpc()); }
     void Put8(std::uint32_t value) { buffer_.sputc(static_cast<char>(value)); }
-    void GetBlock(unsigned char* block) {
-        buffer_.sgetn(reinterpret_cast<char*>(block), kBlockSize);
-    }
-    void PutBlock(const unsigned char* block) {
-        buffer_.sputn(reinterpret_cast<const char*>(block), kBlockSize);
-    }
 
  private:
     std::filebuf buffer_;
@@ -246,12 +215,6 @@ class QtStreams {
     void Put8(std::uint32_t value) { stream_ << static_cast<quint8>(value); }
     void Put16(std::uint32_t value) { stream_ << static_cast<quint16>(value); }
     void Put32(std::uint32_t value) { stream_ << static_cast<quint32>(value); }
-    void GetBlock(unsigned char* block) {
-        stream_.readRawData(reinterpret_cast<char*>(block), kBlockSize);
-    }
-    void PutBlock(const unsigned char* block) {
-        stream_.writeRawData(reinterpret_cast<const char*>(block), kBlockSize);
-    }
 
  private:
     template <class Value>
@@ -263,6 +226,52 @@ class QtStreams {
 
     QFile file_;
     QDataStream stream_;
+};
+#endif
+
+#ifdef BENCH_HAS_GIO
+class GioStreams {
+ public:
+    void OpenToRead() {
+        GFile* const file = g_file_new_for_path(path.c_str());
+        GFileInputStream* const plain = g_file_read(file, nullptr, nullptr);
+        in_ = g_data_input_stream_new(G_INPUT_STREAM(plain));
+        g_buffered_input_stream_set_buffer_size(G_BUFFERED_INPUT_STREAM(in_), 16384);
+        g_object_unref(plain);
+        g_object_unref(file);
+    }
+    void OpenToWrite() {
+        GFile* const file = g_file_new_for_path(path.c_str());
+        both_ = g_file_open_readwrite(file, nullptr, nullptr);
+        GOutputStream* const buffered = g_buffered_output_stream_new_sized(
+            g_io_stream_get_output_stream(G_IO_STREAM(both_)), 16384);
+        out_ = g_data_output_stream_new(buffered);
+        g_object_unref(buffered);
+        g_object_unref(file);
+    }
+    void CloseRead() { g_object_unref(in_); }
+    void CloseWritten() {
+        if (!g_output_stream_flush(G_OUTPUT_STREAM(out_), nullptr, nullptr)) std::abort();
+        g_object_unref(out_);
+        g_object_unref(both_);
+    }
+    std::uint32_t Get8() { return g_data_input_stream_read_byte(in_, nullptr, nullptr); }
+    std::uint32_t Get16() { return g_data_input_stream_read_uint16(in_, nullptr, nullptr); }
+    std::uint32_t Get32() { return g_data_input_stream_read_uint32(in_, nullptr, nullptr); }
+    void Put8(std::uint32_t value) {
+        g_data_output_stream_put_byte(out_, static_cast<guchar>(value), nullptr, nullptr);
+    }
+    void Put16(std::uint32_t value) {
+        g_data_output_stream_put_uint16(out_, static_cast<guint16>(value), nullptr, nullptr);
+    }
+    void Put32(std::uint32_t value) {
+        g_data_output_stream_put_uint32(out_, value, nullptr, nullptr);
+    }
+
+ private:
+    GDataInputStream* in_ = nullptr;
+    GDataOutputStream* out_ = nullptr;
+    GFileIOStream* both_ = nullptr;
 };
 #endif
 

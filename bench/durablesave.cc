@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "bench/RatioTable.h"
+#include "bench/Scratch.h"
 #include "ondrel/core/FileSpecFunctions.h"
 #include "ondrel/fil/safesave.h"
 
@@ -26,17 +27,21 @@
 
 namespace {
 
-constexpr int kSize = 1 << 20;
+constexpr int kMiB = 1 << 20;
 
 std::string folder;
 std::string path;
 std::string content;
 
+[[maybe_unused]] long Size() {
+    return static_cast<long>(content.size());
+}
+
 void SaveAtFloor() {
     const std::string temporary = folder + "/temporary";
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
-    for (int done = 0; done < kSize; done += 16384)
-        if (::write(fd, content.data() + done, 16384) != 16384) std::abort();
+    if (::write(fd, content.data(), content.size()) != static_cast<ssize_t>(content.size()))
+        std::abort();
     if (::fdatasync(fd) != 0) std::abort();
     ::close(fd);
     if (std::rename(temporary.c_str(), path.c_str()) != 0) std::abort();
@@ -53,7 +58,8 @@ void SaveByLibrary() {
     FileSpec finished;
     fil f;
     bool saved = filsavtem(&f, nullptr, &place, 0, nullptr) == 0;
-    saved = saved && filwri(&f, reinterpret_cast<const unsigned char*>(content.data()), kSize) == 0;
+    saved = saved && filwri(&f, reinterpret_cast<const unsigned char*>(content.data()),
+                            static_cast<int>(content.size())) == 0;
     saved = saved && filflu(&f) == 0;
     f.GetFileSpec(finished);
     saved = saved && filclo(&f) == 0;
@@ -64,7 +70,7 @@ void SaveByLibrary() {
 #ifdef BENCH_HAS_QT
 void SaveByQt() {
     QSaveFile file(QString::fromStdString(path));
-    if (!file.open(QIODevice::WriteOnly) || file.write(content.data(), kSize) != kSize ||
+    if (!file.open(QIODevice::WriteOnly) || file.write(content.data(), Size()) != Size() ||
         !file.commit())
         std::abort();
 }
@@ -74,26 +80,33 @@ void SaveByQt() {
 void SaveByGlib() {
     const auto flags = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
                                                           G_FILE_SET_CONTENTS_DURABLE);
-    if (!g_file_set_contents_full(path.c_str(), content.data(), kSize, flags, 0666, nullptr))
+    if (!g_file_set_contents_full(path.c_str(), content.data(), Size(), flags, 0666, nullptr))
         std::abort();
 }
 #endif
 
 bool HoldsContent() {
-    std::string bytes(kSize, '\0');
+    std::string bytes(content.size(), '\0');
     std::ifstream in(path, std::ios::binary);
-    in.read(bytes.data(), kSize);
+    in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     return in && in.peek() == std::ifstream::traits_type::eof() && bytes == content;
 }
 
-template <void (*save)()>
+template <void (*save)(), int kSize>
 void Save(benchmark::State& state) {
+    content.assign(kSize, 'c');
     std::ofstream(path, std::ios::binary | std::ios::trunc) << "old";
     for (auto _ : state) {
         content[0] = static_cast<char>(content[0] + 1);
         save();
     }
     if (!HoldsContent()) state.SkipWithError("saved other bytes");
+}
+
+template <void (*save)()>
+void Register(const std::string& contender) {
+    Bench::AddWork("I. durable save of 1 MiB", contender, Save<save, kMiB>);
+    Bench::AddWork("I. durable save of 64 MiB", contender, Save<save, 64 * kMiB>);
 }
 
 }  // namespace
@@ -103,30 +116,21 @@ int main(int argc, char** argv) {
     if (::mkdtemp(pattern.data()) == nullptr) return 1;
     folder = pattern;
     path = folder + "/document";
-    content.assign(kSize, 'c');
     std::vector<std::string> contenders = {"floor", "ondrel"};
     std::vector<std::string> skipped;
-    benchmark::RegisterBenchmark("I. durable save of 1 MiB/floor", Save<SaveAtFloor>)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
-    benchmark::RegisterBenchmark("I. durable save of 1 MiB/ondrel", Save<SaveByLibrary>)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
+    Register<SaveAtFloor>("floor");
+    Register<SaveByLibrary>("ondrel");
 #ifdef BENCH_HAS_QT
-    contenders.push_back("QSaveFile");
-    benchmark::RegisterBenchmark("I. durable save of 1 MiB/QSaveFile", Save<SaveByQt>)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
+    contenders.emplace_back("QSaveFile");
+    Register<SaveByQt>("QSaveFile");
 #else
-    skipped.push_back("QSaveFile");
+    skipped.emplace_back("QSaveFile");
 #endif
 #ifdef BENCH_HAS_GLIB
-    contenders.push_back("GLib");
-    benchmark::RegisterBenchmark("I. durable save of 1 MiB/GLib", Save<SaveByGlib>)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
+    contenders.emplace_back("GLib");
+    Register<SaveByGlib>("GLib");
 #else
-    skipped.push_back("GLib");
+    skipped.emplace_back("GLib");
 #endif
     const int result = Bench::RunAndPrint(argc, argv, contenders, skipped);
     std::filesystem::remove_all(folder);

@@ -74,9 +74,15 @@ class alignas(64) Floor {
     std::uint64_t GetCounted() {
         std::uint32_t size = 0;
         Get(&size, sizeof size);
-        std::string text(__builtin_bswap32(size), '\0');
-        Get(text.data(), text.size());
-        return Mark(text.data(), text.size());
+        size = __builtin_bswap32(size);
+        if (size <= held_ - at_) [[likely]] {
+            const std::string text(buffer_ + at_, size);
+            at_ += size;
+            return Mark(text.data(), size);
+        }
+        std::string text(size, '\0');
+        Get(text.data(), size);
+        return Mark(text.data(), size);
     }
     std::uint64_t GetEnded(char end) {
         char text[kRoom];

@@ -153,7 +153,7 @@ int Main(int argc, char** argv) {
     MakePixels();
     path = (std::filesystem::temp_directory_path() / "ondrel-bench.pict").string();
     std::ofstream(path, std::ios::binary) << MakePicture();
-    const std::string work = "draw 1000 x 750";
+    const std::string work = "G. decode 1000 x 750";
     RegisterTimed(work + "/floor", Floor);
     RegisterTimed(work + "/ondrel", Library);
     std::vector<std::string> skipped;

@@ -65,6 +65,11 @@ class Items {
         const int place = place_;
         place_ += EqualRuns::kPlaces;
         ahead_ = Load(place_);
+        if (equal_ == behind && (equal_ == 0 || equal_ == ~std::uint64_t{0})) {
+            // Within single bytes, or within one run, which may end behind the block's last bit.
+            endsBehind_ = equal_ & (~ahead_ << 63);
+            return {0, 0};
+        }
 
         const std::uint64_t up1 = equal_ << 1 | behind >> 63;
         const std::uint64_t up2 = equal_ << 2 | behind >> 62;
@@ -334,7 +339,8 @@ void KesPackBitsEncode::Encode(const unsigned char* data, int length, int extra)
     for (int place = 0; place < length; place += EqualRuns::kPlaces) {
         const Items::Block block = items.Next();
         std::uint64_t starts = block.starts;
-        if (length - place >= kReadAhead) starts = packer.AddShort(data + place, block, &item);
+        if (starts != 0 && length - place >= kReadAhead)
+            starts = packer.AddShort(data + place, block, &item);
         for (; starts != 0; starts &= starts - 1) {
             const int bit = std::countr_zero(starts);
             add(data + place + bit, 0);
