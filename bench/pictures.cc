@@ -256,9 +256,9 @@ void RegisterReader(const std::string& contender) {
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime();
     };
-    add("unpack noise", UnpackRows<Contender, Noise>);
-    add("unpack flat rows", UnpackRows<Contender, Flat>);
-    add("unpack a gradient", UnpackRows<Contender, Gradient>);
+    add("G. unpack noise", UnpackRows<Contender, Noise>);
+    add("G. unpack flat rows", UnpackRows<Contender, Flat>);
+    add("G. unpack a gradient", UnpackRows<Contender, Gradient>);
 }
 
 // --- A whole picture ----------------------------------------------------------------------------
@@ -324,7 +324,7 @@ bool RunProgram(std::vector<std::string> words) {
 }
 
 void RegisterPicture(const std::string& contender, void (*run)(benchmark::State&)) {
-    benchmark::RegisterBenchmark(("draw a picture/" + contender).c_str(), run)
+    benchmark::RegisterBenchmark(("G. decode a gradient/" + contender).c_str(), run)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 }
@@ -334,7 +334,7 @@ void RegisterProgram(const std::string& contender, const std::vector<std::string
         for (auto _ : state)
             if (!RunProgram(command)) return state.SkipWithError("the program failed");
     };
-    benchmark::RegisterBenchmark(("draw a picture/" + contender).c_str(), run)
+    benchmark::RegisterBenchmark(("G. decode a gradient/" + contender).c_str(), run)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
 }
