@@ -30,18 +30,20 @@ class NewVersion {
  public:
     // `place` is where the document lies, `name` what the user calls it.
     NewVersion(const std::string& place, std::string name)
-        : name_(std::move(name)), document_(SpecOf(place)) {
-        const filref reference = ReferenceOf(place);
-        const int opened = filsavtem(&stream_, nullptr, &reference, 0, nullptr);
-        if (opened != 0) FailStream();
-        stream_.GetFileSpec(temporary_);
-    }
+        : name_(std::move(name)), place_(ReferenceOf(place)), document_(SpecOf(place)) {}
     ~NewVersion() {
         if (stream_.sys != nullptr) (void)stream_.Close();
         if (temporary_.IsValid()) (void)FileSpecFunctions().DeleteFile(temporary_, false);
     }
     NewVersion(const NewVersion&) = delete;
     NewVersion& operator=(const NewVersion&) = delete;
+
+    // A file that was made and could then not be opened has to go as well.
+    void Open() {
+        const int opened = filsavtem(&stream_, nullptr, &place_, 0, nullptr);
+        stream_.GetFileSpec(temporary_);
+        if (opened != 0) FailStream();
+    }
 
     void Write(std::string_view bytes) {
         size_ += bytes.size();
@@ -67,6 +69,7 @@ class NewVersion {
     }
 
     std::string name_;
+    filref place_;
     FileSpec document_;
     FileSpec temporary_;
     fil stream_;
@@ -77,6 +80,7 @@ Status Save(const Options& options) {
     const std::string place = PlaceForWriting(options.file);
     const HoldInterrupts hold;
     NewVersion version(place, options.file);
+    version.Open();
     ReadStandardInput([&](std::string_view bytes) { version.Write(bytes); });
     if (version.Size() == 0 && !options.allowEmpty) {
         Complain(options.file, "there is nothing to save (--allow-empty saves an empty file)");
