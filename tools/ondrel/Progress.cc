@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <string_view>
 
 #include "tools/ondrel/Terminal.h"
 #include "tools/ondrel/Text.h"
@@ -14,11 +16,18 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr auto kFirst = std::chrono::milliseconds(500);
+constexpr auto kFirst = std::chrono::milliseconds(500);  // what is quicker needs no line
 constexpr auto kBetween = std::chrono::milliseconds(100);
 constexpr std::size_t kBarWidth = 24;
 
 bool isShown = false;
+
+// $ONDREL_PROGRESS=now shows the line from the first step on, for tests and slow terminals.
+std::chrono::milliseconds FirstWait() {
+    const char* const wish = std::getenv("ONDREL_PROGRESS");
+    return wish != nullptr && std::string_view(wish) == "now" ? std::chrono::milliseconds(0)
+                                                              : kFirst;
+}
 
 void WriteError(std::string_view text) {
     (void)!write(STDERR_FILENO, text.data(), text.size());
@@ -43,7 +52,7 @@ std::string CutTo(std::string text, std::size_t columns) {
 
 Progress::Progress(std::string_view title, std::size_t total)
     : title_(title), total_(total), isWanted_(IsErrorTerminal()) {
-    next_ = steady_clock::now() + kFirst;
+    next_ = steady_clock::now() + FirstWait();
 }
 
 Progress::~Progress() {

@@ -114,11 +114,14 @@ TEST_F(TheSheet, ThatCannotBeWrittenLeavesTheOldOne) {
 }
 
 TEST_F(TheSheet, ATerminalSeesABar) {
-    const std::string large = PngOfColour(2000, 2000, Bytes("FF 00 FF 00"));
+    const std::string picture = PngOfColour(20, 20, Bytes("FF 00 FF 00"));
     for (int i = 0; i < 7; ++i)
-        Write("many/" + std::to_string(i), large);  // long enough for the bar to be shown
-    const std::string shown =
-        Ondrel({"preview", "sheet", "many", "-o", "s.html"}).OnTerminal(80, 24).Run().output;
+        Write("many/" + std::to_string(i), picture);
+    const std::string shown = Ondrel({"preview", "sheet", "many", "-o", "s.html"})
+                                  .OnTerminal(80, 24)
+                                  .With("ONDREL_PROGRESS", "now")
+                                  .Run()
+                                  .output;
     EXPECT_NE(shown.find("\rDocuments ["), std::string::npos) << shown;
     EXPECT_NE(shown.find("/7 "), std::string::npos) << shown;
     EXPECT_TRUE(shown.ends_with("\r\x1B[K")) << "the line is cleared";

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
+#include <ostream>
 
 #include "tests/system/tool/PictureFixture.h"
 
@@ -17,6 +18,8 @@ struct Operation {
     const char* name;
     std::vector<std::string> words;
     std::string input;
+
+    friend void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 };
 
 const Operation kOperations[] = {
