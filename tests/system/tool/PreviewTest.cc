@@ -29,7 +29,10 @@ class ThePreview : public ToolTest {
 TEST_F(ThePreview, IsSetAndShown) {
     WritePictures();
     ExpectRun({"preview", "set", "a", "red.png"}, 0, "", "");
-    ExpectRun({"fork", "list", "a"}, 0, Ondrel({"fork", "list", "a"}).Run().output, "");
+    const std::string resources = Ondrel({"fork", "list", "a"}).Run().output;
+    EXPECT_EQ(resources.find("PICT    256  "), 0U) << resources;
+    EXPECT_NE(resources.find("\npnot      0  "), std::string::npos) << resources;
+    EXPECT_NE(resources.find("\nicns -16455  "), std::string::npos) << resources;
     ExpectRun({"preview", "show", "a", "-o", "out.png"}, 0, "", "");
     const auto picture = Unpacked(ReadAll(Path("out.png")));
     EXPECT_EQ(picture.width, kWidth);

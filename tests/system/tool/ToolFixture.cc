@@ -23,6 +23,8 @@ Program ToolTest::Ondrel(const std::vector<std::string>& words) const {
     all.insert(all.end(), words.begin(), words.end());
     return Program(std::move(all))
         .In(scratch_.Path())
+        .With("LSAN_OPTIONS",
+              "print_suppressions=0:suppressions=" SOURCE_FOLDER "/tests/system/tool/lsan.supp")
         .With("ONDREL_VOLUMES", "Vol=" + scratch_.Path());
 }
 
