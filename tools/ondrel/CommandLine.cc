@@ -174,7 +174,7 @@ void Command::AppendOptions(std::string* help) const {
     *help += "\nOptions:\n";
     for (const Option& option : options_) {
         std::string names = "--" + option.longName;
-        if (option.shortName != '\0') names = std::string("-") + option.shortName + ", " + names;
+        if (option.shortName != '\0') names.insert(0, {'-', option.shortName, ',', ' '});
         line(names + (option.valueName.empty() ? "" : " " + option.valueName), option.help);
     }
     line("-h, --help", "print this");

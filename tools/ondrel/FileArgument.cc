@@ -101,7 +101,7 @@ void RequireFolder(const std::string& path) {
 
 std::string PlaceForWriting(const std::string& path) {
     namespace fs = std::filesystem;
-    const std::string full = FullPath(path);
+    std::string full = FullPath(path);
     std::error_code error;
     if (!fs::exists(fs::symlink_status(full, error))) {
         const std::string folder = fs::path(full).parent_path().string();
