@@ -1,37 +1,28 @@
-// Pictures: any bytes are read and drawn as one. What was drawn is whole or was left alone, pixel
-// by pixel, unless the picture was scaled. The pictures of the corpus are good seeds.
+// Pictures: any bytes are read and drawn as one, with less work allowed than a whole picture may
+// ask for, so that more of them can be tried. What was drawn is opaque. The pictures of the corpus
+// are good seeds.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
-#include <vector>
 
-#include "ondrel/platform/Pictures.h"
+#include "ondrel/platform/quickdraw/PictureHead.h"
+#include "ondrel/platform/quickdraw/Player.h"
 
-using namespace Ondrel;
+using namespace Ondrel::QuickDraw;
 
 namespace {
 
-// Larger frames only cost time, until they are too large to be drawn at their own size.
-constexpr std::int64_t kLargeFrame = std::int64_t{1} << 20;
-constexpr std::int64_t kHugeFrame = std::int64_t{1} << 26;
-constexpr int kSide = 64;
+constexpr int kMostSide = 256;  // larger frames are scaled
+constexpr std::uint64_t kWork = 1'000'000;
 
-constexpr unsigned char kUntouched[4] = {0, 1, 2, 3};
-
-void Draw(const Picture& picture, int width, int height) {
-    std::vector<unsigned char> pixels;
-    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    pixels.reserve(count * 4);
-    for (std::size_t i = 0; i < count; ++i)
-        pixels.insert(pixels.end(), kUntouched, kUntouched + 4);
-    const BitmapContext context{pixels.data(), width, height, static_cast<std::size_t>(width) * 4};
-    if (picture.Render(context) != noErr) std::abort();
-    if (width != picture.Width() || height != picture.Height()) return;
-    for (std::size_t i = 0; i < pixels.size(); i += 4) {
-        if (pixels[i] == 0xFF) continue;
-        for (std::size_t j = 0; j < 4; ++j)
-            if (pixels[i + j] != kUntouched[j]) std::abort();
-    }
+void Draw(std::string_view bytes, const PictureHead& head) {
+    Canvas canvas(std::min(head.frame.Width(), kMostSide), std::min(head.frame.Height(), kMostSide),
+                  kWork);
+    PlayPicture(bytes, head, canvas);
+    for (int y = 0; y < canvas.Height(); ++y)
+        for (int x = 0; x < canvas.Width(); ++x)
+            if (canvas.Row(y)[x] != 0 && canvas.Row(y)[x] < kOpaque) std::abort();
 }
 
 }  // namespace
@@ -42,13 +33,10 @@ extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reser
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Picture picture;
-    if (picture.Read({reinterpret_cast<const char*>(data), size}) != noErr) return 0;
-    const std::int64_t area = std::int64_t{picture.Width()} * picture.Height();
-    const bool fits = picture.Width() <= kMostImagePixels && picture.Height() <= kMostImagePixels;
-    if (area <= kLargeFrame && fits)
-        Draw(picture, picture.Width(), picture.Height());
-    else if (area >= kHugeFrame)
-        Draw(picture, kSide, kSide);
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    const std::size_t start = FindPicture(bytes);
+    if (start == std::string_view::npos) return 0;
+    PictureHead head;
+    if (ReadPictureHead(bytes.substr(start), &head)) Draw(bytes.substr(start), head);
     return 0;
 }
