@@ -122,7 +122,8 @@ bool Library() {
     Ondrel::Picture picture;
     std::vector<unsigned char> pixels(kPixels * 4);
     if (picture.Read(bytes) != Ondrel::noErr) return false;
-    if (picture.Render({pixels.data(), kWidth, kHeight, kWidth * 4}) != Ondrel::noErr) return false;
+    if (picture.Render({pixels.data(), kWidth, kHeight, std::size_t{kWidth} * 4}) != Ondrel::noErr)
+        return false;
     for (std::size_t i = 0; i < kPixels; ++i)
         if (std::memcmp(&pixels[4 * i + 1], &rgb[3 * i], 3) != 0) return false;
     return true;

@@ -16,6 +16,7 @@ constexpr int kRows = kBuiltinAscent + kBuiltinDescent;
 constexpr int kRowLength = kBand * kPitch - 1;
 constexpr char kFirst = ' ';
 constexpr int kCount = 95;
+constexpr int kBands = (kCount + kBand - 1) / kBand;
 constexpr int kBlankWidth = 3;
 constexpr double kNominalSize = 10;
 
@@ -102,14 +103,14 @@ constexpr std::string_view kArt =
     "..... ..... ..... ..... ..... ....# ..... ..... #.... ..... .....      "
     "..... ..... ..... ..... ..... .###. ..... ..... #.... ..... .....      ";
 // clang-format on
-static_assert(kArt.size() == std::size_t{(kCount + kBand - 1) / kBand} * kRows * kRowLength);
+static_assert(kArt.size() == std::size_t{kBands} * kRows * kRowLength);
 
 bool IsSet(char character, int column, int row) {
     const int index = character - kFirst;
     if (index < 0 || index >= kCount) return false;
     const int line = index / kBand * kRows + row;
-    return kArt[static_cast<std::size_t>(line * kRowLength + index % kBand * kPitch + column)] ==
-           '#';
+    const int place = line * kRowLength + index % kBand * kPitch + column;
+    return kArt[static_cast<std::size_t>(place)] == '#';
 }
 
 int WidthOf(char character) {

@@ -88,7 +88,7 @@ Raster MeansOf(const Raster& raster, int across, int down) {
                     for (int column = left; column < right; ++column)
                         sum += raster.At(column, row)[channel];
                 means.At(x, y)[channel] =
-                    static_cast<unsigned char>(sum / ((right - left) * (bottom - top)));
+                    static_cast<unsigned char>(sum / (long{right - left} * (bottom - top)));
             }
         }
     }

@@ -175,14 +175,15 @@ int Run(int count, char** arguments) {
         const OSErr code = DrawPicture(FileBytes(file.path), &drawn);
         const auto reference = ReadReference(file.reference);
         const std::string name = std::filesystem::path(file.name).stem().string();
-        const std::string label =
-            std::to_string(++number) + " " + name + " " +
-            (code == noErr ? drawn.Size() : "refused: " + std::to_string(code));
+        std::string label = std::to_string(++number);
+        label += ' ';
+        label += name;
+        label += code == noErr ? ' ' + drawn.Size() : " refused: " + std::to_string(code);
         std::printf("%s (%s)%s\n", label.c_str(), file.size.c_str(),
                     code == noErr && reference ? Distance(drawn, *reference).c_str() : "");
         page << "<h3>" << Escaped(label) << "</h3>\n<p>" << Escaped(file.content) << "</p>\n";
         if (code == noErr) {
-            WritePng(drawn, folder + "/" + name + ".png");
+            WritePng(drawn, std::filesystem::path(folder) / (name + ".png"));
             page << "<img src=\"" << Escaped(name) << ".png\">\n";
         }
         if (reference)
