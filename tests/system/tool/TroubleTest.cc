@@ -33,10 +33,6 @@ const Operation kOperations[] = {
     {"pict", {"pict", "pictures/a.pict", "-o", "out-folder"}, ""},
 };
 
-void PrintTo(const Operation& operation, std::ostream* stream) {
-    *stream << operation.name;
-}
-
 class Trouble : public ToolTest, public ::testing::WithParamInterface<Operation> {
  protected:
     // Everything below the scratch folder with its content.
