@@ -37,12 +37,17 @@ struct Table {
 using TablePointer = std::shared_ptr<const Table>;
 
 // What the table is made of, and the table itself.
-struct State {
-    std::mutex lock;
+// What a table is made of.
+struct Sources {
     std::vector<Mount> given;
     std::vector<Mount> fromEnvironment;
     std::vector<Mount> discovered;
-    TablePointer table;
+};
+
+struct State {
+    std::mutex lock;
+    Sources sources;
+    TablePointer table;                          // made of them; null before the first
     std::atomic<std::uint64_t> changes{0};       // 0: no table has been made yet
     std::atomic<std::int64_t> discoveryTime{0};  // milliseconds; 0: never
 };
@@ -72,16 +77,23 @@ std::optional<Mount> RootMount(const std::vector<Mount>& others) {
     }
 }
 
-// To be called with the lock held.
-void MakeTable(State& state) {
+TablePointer TableOf(const Sources& sources) {
     auto table = std::make_shared<Table>();
     std::vector<Mount>& mounts = table->mounts;
-    mounts = state.given;
-    mounts.insert(mounts.end(), state.fromEnvironment.begin(), state.fromEnvironment.end());
+    mounts = sources.given;
+    mounts.insert(mounts.end(), sources.fromEnvironment.begin(), sources.fromEnvironment.end());
     table->firstDiscovered = mounts.size();
-    mounts.insert(mounts.end(), state.discovered.begin(), state.discovered.end());
+    mounts.insert(mounts.end(), sources.discovered.begin(), sources.discovered.end());
     table->endOfDiscovered = mounts.size();
     if (auto root = RootMount(mounts)) mounts.push_back(std::move(*root));
+    return table;
+}
+
+// Makes `sources` the state's, and the table that belongs to them; neither where there is no memory
+// for both. To be called with the lock held.
+void Adopt(State& state, Sources sources) {
+    TablePointer table = TableOf(sources);
+    state.sources = std::move(sources);
     state.table = std::move(table);
     state.changes.fetch_add(1, std::memory_order_release);
 }
@@ -131,8 +143,7 @@ std::vector<Mount> ReadEnvironment() {
 // To be called with the lock held.
 void EnsureTable(State& state) {
     if (state.table) return;
-    state.fromEnvironment = ReadEnvironment();
-    MakeTable(state);
+    Adopt(state, {{}, ReadEnvironment(), {}});
 }
 
 // --- The table as a thread sees it --------------------------------------------------------------
@@ -188,14 +199,14 @@ bool RefreshDiscovered(std::int64_t maxAge) {
     const std::lock_guard<std::mutex> guard(state.lock);
     if (isFresh()) return false;
     EnsureTable(state);
-    std::vector<Mount> discovered = state.discovered;
-    (void)DiscoverVolumes(kRootName, &discovered);
-    std::vector<Mount> fromEnvironment = ReadEnvironment();
+    Sources sources = state.sources;
+    (void)DiscoverVolumes(kRootName, &sources.discovered);
+    sources.fromEnvironment = ReadEnvironment();
     state.discoveryTime.store(now, std::memory_order_relaxed);
-    if (discovered == state.discovered && fromEnvironment == state.fromEnvironment) return false;
-    state.discovered = std::move(discovered);
-    state.fromEnvironment = std::move(fromEnvironment);
-    MakeTable(state);
+    if (sources.discovered == state.sources.discovered &&
+        sources.fromEnvironment == state.sources.fromEnvironment)
+        return false;
+    Adopt(state, std::move(sources));
     return true;
 }
 
@@ -268,10 +279,11 @@ bool AddMount(std::string_view name, std::string_view root) {
     State& state = TheState();
     const std::lock_guard<std::mutex> guard(state.lock);
     EnsureTable(state);
-    const auto before = FindByName(state.given, mount->name);
-    if (before != state.given.end()) state.given.erase(before);
-    state.given.insert(state.given.begin(), std::move(*mount));
-    MakeTable(state);
+    Sources sources = state.sources;
+    const auto before = FindByName(sources.given, mount->name);
+    if (before != sources.given.end()) sources.given.erase(before);
+    sources.given.insert(sources.given.begin(), std::move(*mount));
+    Adopt(state, std::move(sources));
     return true;
 }
 
@@ -280,10 +292,11 @@ bool RemoveMount(std::string_view name) {
     if (!ComposeUtf8(name, &composed)) return false;
     State& state = TheState();
     const std::lock_guard<std::mutex> guard(state.lock);
-    const auto found = FindByName(state.given, composed);
-    if (found == state.given.end()) return false;
-    state.given.erase(found);
-    MakeTable(state);
+    Sources sources = state.sources;
+    const auto found = FindByName(sources.given, composed);
+    if (found == sources.given.end()) return false;
+    sources.given.erase(found);
+    Adopt(state, std::move(sources));
     return true;
 }
 

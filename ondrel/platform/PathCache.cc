@@ -17,12 +17,14 @@ void PathCache::Store(std::string_view key, std::string_view path) {
         entries_.splice(entries_.begin(), entries_, found->second);
         return;
     }
-    if (entries_.size() >= capacity_) {
-        index_.erase(entries_.back().key);
-        entries_.pop_back();
-    }
-    entries_.push_front({std::string(key), std::string(path)});
-    index_.emplace(entries_.front().key, entries_.begin());
+    // Nothing has changed until there is memory for all of it.
+    std::list<Entry> entry;
+    entry.push_front({std::string(key), std::string(path)});
+    index_.emplace(entry.front().key, entry.begin());
+    entries_.splice(entries_.begin(), entry);
+    if (entries_.size() <= capacity_) return;
+    index_.erase(entries_.back().key);
+    entries_.pop_back();
 }
 
 void PathCache::Clear() {
