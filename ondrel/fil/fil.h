@@ -214,7 +214,8 @@ ONDREL_EXPORT int filpos(fil* f);
 // lost.
 ONDREL_EXPORT int filpos(fil* f, int position);
 
-// The size of the data fork. While writing, what is still in the buffers may not count.
+// The size of the data fork. While writing, what is still in the buffers may not count. -1 when it
+// cannot be had, and while a failed write is latched, which this call never clears.
 ONDREL_EXPORT int filgetsiz(fil* f);
 
 // A marker of 4 bytes that holds the number of bytes behind it up to the end of a block. filwripos
@@ -222,6 +223,9 @@ ONDREL_EXPORT int filgetsiz(fil* f);
 // filreapos reads one and answers the position of the end of its block.
 //
 //   int marker = filwripos(&f);  ... the block ...  filwrilen(&f, marker);
+//
+// A failed write that is latched, or met on the way to the marker, stays latched: then nothing is
+// patched, the result is -1, and the stream refuses to write until it is moved or closed.
 ONDREL_EXPORT int filwripos(fil* f);
 ONDREL_EXPORT int filwrilen(fil* f, int markerPosition);
 ONDREL_EXPORT int filreapos(fil* f);

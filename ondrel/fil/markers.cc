@@ -1,5 +1,5 @@
 // Length markers: placeholders that are patched once the length of their block is known.
-#include "ondrel/fil/fil.h"
+#include "ondrel/fil/record.h"
 
 namespace Ondrel {
 
@@ -10,10 +10,11 @@ int filwripos(fil* f) {
 }
 
 int filwrilen(fil* f, int markerPosition) {
+    if (HasFailedWriting(f)) return Fail(f->sys->errorContext, -1);
     const int end = filpos(f);
     (void)filpos(f, markerPosition);
     (void)filwri32(f, end - markerPosition - 4);
-    return filpos(f, end);
+    return HasFailedWriting(f) ? -1 : filpos(f, end);
 }
 
 int filreapos(fil* f) {
@@ -31,12 +32,16 @@ int filwripos16(fil* f) {
 bool filwrilen16(fil* f, int afterMarker) {
     constexpr int kLongest = 65535;
     const int end = filpos(f);
-    (void)filpos(f, afterMarker - 2);
     const int length = end - afterMarker;
     const bool fits = length <= kLongest;
     const int stored = fits ? length : 0;
+    if (HasFailedWriting(f)) {
+        (void)Fail(f->sys->errorContext, -1);
+        return fits;
+    }
+    (void)filpos(f, afterMarker - 2);
     if (filwri8(f, stored >> 8) >= 0) (void)filwri8(f, stored);
-    (void)filpos(f, fits ? end : afterMarker);
+    if (!HasFailedWriting(f)) (void)filpos(f, fits ? end : afterMarker);
     return fits;
 }
 

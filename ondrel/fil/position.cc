@@ -137,8 +137,10 @@ int filpos(fil* f, int position) {
 }
 
 int filgetsiz(fil* f) {
+    if (HasFailedWriting(f)) return Fail(f->sys->errorContext, -1);
     const int remembered = filpos(f);
     (void)filpos(f, 0);
+    if (HasFailedWriting(f)) return -1;
     const int size = filgeteof(f);
     (void)filpos(f, remembered);
     return size;

@@ -20,6 +20,12 @@ void ReleaseRecord(fil* f);
 // `value`. No frame up to the caller's may hold an object that must be destroyed.
 int Fail(errtyp* context, int value);
 
+// A failure is latched in a stream that is being written. A move would clear it: those that the
+// caller has not asked for must not be made then.
+inline bool HasFailedWriting(const fil* f) {
+    return f->sys != nullptr && (f->sys->mode & kFilModeWrite) != 0 && f->sys->error != noErr;
+}
+
 // True when the stream is open in the given mode; otherwise says so through `debug`.
 bool CheckOpen(const fil* f, unsigned short mode);
 

@@ -1,6 +1,7 @@
 // Positions, sizes and length markers.
 #include <climits>
 
+#include "ondrel/fil/safesave.h"
 #include "tests/fil/StreamTest.h"
 #include "tests/support/FaultPlan.h"
 
@@ -399,6 +400,43 @@ TEST_F(PositionTest, NestedMarkersAcrossBuffersHoldTheirLengths) {
     ASSERT_EQ(filpos(&f, middle), 0);
     EXPECT_EQ(filreapos(&f), end);
     EXPECT_EQ(filgetsiz(&f), end);
+}
+
+// The moves that these calls make would clear what is latched, and the loss would stay unseen.
+TEST_F(PositionTest, MarkersAndTheSizeNeitherClearAFailedWriteNorHideOne) {
+    const std::string block(2 * kFilBufferSize, 'b');
+    const struct {
+        int written;  // the second failure is latched already, the first is still to be met
+        int (*call)(fil*);
+    } cases[] = {
+        {kFilBufferSize + 100, [](fil* f) { return filwrilen(f, 0); }},
+        {2 * kFilBufferSize, [](fil* f) { return filwrilen(f, 0); }},
+        {kFilBufferSize + 100, [](fil* f) { return filgetsiz(f); }},
+        {2 * kFilBufferSize, [](fil* f) { return filgetsiz(f); }},
+        {kFilBufferSize + 100, [](fil* f) { return filwrilen16(f, 2) ? -1 : 0; }},
+        {2 * kFilBufferSize, [](fil* f) { return filwrilen16(f, 2) ? -1 : 0; }},
+    };
+    for (const auto& c : cases) {
+        for (const bool armed : {false, true}) {
+            fil f;
+            errtyp e;
+            const filref ref = Ref("b");
+            ASSERT_EQ(filsav(&f, nullptr, &ref, 0), 0);
+            {
+                const FaultPlan full(1, ENOSPC);
+                (void)filwri(&f, AsBytes(block), c.written);
+            }
+            if (armed) filerr(&f, &e);
+            EXPECT_EQ(Try(e, [&] { return c.call(&f); }), armed ? Raised(-1) : Returned(-1));
+            filerr(&f, nullptr);
+            EXPECT_EQ(f.sys->error, dskFulErr);
+            EXPECT_EQ(filwri8(&f, 'x'), -1);
+            EXPECT_EQ(filflu(&f), -1);
+            EXPECT_EQ(filpos(&f, 0), 0) << "the caller's own move recovers the stream";
+            EXPECT_EQ(filwri8(&f, 'x'), 0);
+            filclo(&f);
+        }
+    }
 }
 
 }  // namespace

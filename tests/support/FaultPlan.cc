@@ -45,12 +45,40 @@ int Strike(std::string_view name) {
     return plan.error;
 }
 
+// The first part that has bytes, cut.
+iovec CutPart(const iovec* parts, int count, std::size_t most) {
+    int i = 0;
+    while (i + 1 < count && parts[i].iov_len == 0)
+        ++i;
+    return count > 0 ? iovec{parts[i].iov_base, std::min(parts[i].iov_len, most)} : iovec{};
+}
+
 // The name of an entry, as a template argument.
 template <std::size_t size>
 struct Name {
     constexpr Name(const char (&literal)[size]) { std::copy_n(literal, size, text); }
     char text[size];
 };
+
+// A transfer of one byte in the place of a longer one; other calls as they are.
+template <Name name, class Function, class... Arguments>
+auto Cut(Function function, Arguments... arguments) {
+    constexpr std::string_view kName = name.text;
+    if constexpr (kName == "pread" || kName == "pwrite") {
+        const auto cut = [&](int fd, auto* buffer, std::size_t size, off_t offset) {
+            return function(fd, buffer, std::min(size, std::size_t{1}), offset);
+        };
+        return cut(arguments...);
+    } else if constexpr (kName == "preadv2" || kName == "pwritev2") {
+        const auto cut = [&](int fd, const iovec* parts, int count, off_t offset, int flags) {
+            const iovec part = CutPart(parts, count, 1);
+            return function(fd, &part, 1, offset, flags);
+        };
+        return cut(arguments...);
+    } else {
+        return function(arguments...);
+    }
+}
 
 // How an entry tells of an error.
 enum class Style { kErrno, kPositive, kNegative };
@@ -63,6 +91,7 @@ struct Wrapper<name, style, entry, Result (*)(Arguments...)> {
     static Result Call(Arguments... arguments) {
         const int error = Strike(name.text);
         if (error == 0) return (plan.below.*entry)(arguments...);
+        if (error == kShortTransfer) return Cut<name>((plan.below.*entry), arguments...);
         if constexpr (std::string_view(name.text) == "close") (plan.below.*entry)(arguments...);
         if constexpr (style == Style::kPositive) return error;
         if constexpr (style == Style::kNegative) return -error;
@@ -130,21 +159,13 @@ ssize_t ShortWrite(int fd, const void* buffer, size_t size, off_t offset) {
     return belowShort.pwrite(fd, buffer, std::min(size, mostBytes), offset);
 }
 
-// The first part that has bytes, cut.
-iovec CutPart(const iovec* parts, int count) {
-    int i = 0;
-    while (i + 1 < count && parts[i].iov_len == 0)
-        ++i;
-    return count > 0 ? iovec{parts[i].iov_base, std::min(parts[i].iov_len, mostBytes)} : iovec{};
-}
-
 ssize_t ShortReadParts(int fd, const iovec* parts, int count, off_t offset, int flags) {
-    const iovec part = CutPart(parts, count);
+    const iovec part = CutPart(parts, count, mostBytes);
     return belowShort.preadv2(fd, &part, 1, offset, flags);
 }
 
 ssize_t ShortWriteParts(int fd, const iovec* parts, int count, off_t offset, int flags) {
-    const iovec part = CutPart(parts, count);
+    const iovec part = CutPart(parts, count, mostBytes);
     return belowShort.pwritev2(fd, &part, 1, offset, flags);
 }
 
@@ -157,6 +178,10 @@ FaultPlan::FaultPlan(int n, int error, const std::string& call, int times) {
 }
 
 FaultPlan::~FaultPlan() {
+    Lift();
+}
+
+void FaultPlan::Lift() {
     syscalls = plan.below;
 }
 

@@ -13,6 +13,10 @@
 
 namespace Ondrel::Testing {
 
+// In the place of an error number: the call is a transfer that moves one byte only. Calls that
+// transfer nothing, or one byte, are made as they are.
+inline constexpr int kShortTransfer = -1;
+
 class FaultPlan {
  public:
     // Fails call number `n` (from 1) with `error`. `call` restricts the count to one entry of the
@@ -22,6 +26,9 @@ class FaultPlan {
     ~FaultPlan();
     FaultPlan(const FaultPlan&) = delete;
     FaultPlan& operator=(const FaultPlan&) = delete;
+
+    // Brings the host's calls back before the plan goes; what it has counted stays.
+    void Lift();
 
     bool Fired() const;         // a fault was injected
     int Calls() const;          // calls counted so far, the failed ones included
