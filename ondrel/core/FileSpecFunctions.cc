@@ -55,24 +55,24 @@ OSErr CreateItem(const FileSpec& spec, const FileType* type) {
 }  // namespace
 
 bool FileSpecFunctions::DeleteFile(const FileSpec& spec, bool /*reserved*/) {
-    errorCode = DeleteItem(spec);
+    errorCode = OrMemFull([&] { return DeleteItem(spec); });
     return errorCode == noErr;
 }
 
 bool FileSpecFunctions::RenameFile(const FileSpec& from, const FileSpec& to, OverwriteMode mode) {
-    const bool replaces = mode == kReplace;
-    errorCode = RenameItem(
-        from, to, replaces ? Host::WhenTargetExists::kReplace : Host::WhenTargetExists::kRefuse);
+    const auto policy =
+        mode == kReplace ? Host::WhenTargetExists::kReplace : Host::WhenTargetExists::kRefuse;
+    errorCode = OrMemFull([&] { return RenameItem(from, to, policy); });
     return errorCode == noErr;
 }
 
 bool FileSpecFunctions::CreateFileWithType(const FileSpec& spec, const FileType* type) {
-    errorCode = CreateItem(spec, type);
+    errorCode = OrMemFull([&] { return CreateItem(spec, type); });
     return errorCode == noErr;
 }
 
 bool FileSpecFunctions::ReplaceFile(const FileSpec& finished, const FileSpec& document) {
-    errorCode = ReplaceItem(finished, document);
+    errorCode = OrMemFull([&] { return ReplaceItem(finished, document); });
     return errorCode == noErr;
 }
 

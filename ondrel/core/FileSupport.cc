@@ -24,11 +24,13 @@ ApplicationFolder& TheApplicationFolder() {
 OSErr FileSupport::GetPredefinedFolder(FileSpec& out, EFolderType type, bool create) {
     out = FileSpec();
     if (type != kTemporaryItems) return paramErr;
-    std::string path;
-    const OSErr code = Host::TemporaryItemsFolder(create, &path);
-    if (code != noErr) return code;
-    out.SetPath(Core::CleanPath(path));
-    return out.IsValid() ? noErr : fnfErr;
+    return OrMemFull([&] {
+        std::string path;
+        const OSErr code = Host::TemporaryItemsFolder(create, &path);
+        if (code != noErr) return code;
+        out.SetPath(Core::CleanPath(path));
+        return out.IsValid() ? noErr : fnfErr;
+    });
 }
 
 OSErr FileSupport::GetApplicationFolder(FileSpec& out) {

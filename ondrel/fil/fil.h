@@ -84,7 +84,7 @@ struct sysinfrec {
     unsigned char buffer1[kFilBufferSize];
     unsigned char buffer2[kFilBufferSize];  // directly behind buffer 1
 
-    // The path as a specification, and the reference of the file if it exists: 0 or -43.
+    // The path as a specification, and the reference of the file if it exists: 0, -43, or -108.
     ONDREL_EXPORT void getFileSpec(FileSpec& out) const;
     ONDREL_EXPORT short getFSRef(FSRef& out) const;
 
@@ -131,7 +131,7 @@ ONDREL_EXPORT int openFile(fil* f, errtyp* e, const FileSpec& spec);
 
 // Create a file for writing, with the codes of the file type `typeId` where that is registered; an
 // existing file is deleted first. 0, or -1 raised or returned, with the platform code in the
-// record, which stays attached until filclo.
+// record, which stays attached until filclo. A file that was made and cannot be opened is deleted.
 ONDREL_EXPORT int filsav(fil* f, errtyp* e, const filref* ref, unsigned int typeId);
 ONDREL_EXPORT int saveFile(fil* f, errtyp* e, const FileSpec& spec, unsigned int typeId);
 

@@ -14,11 +14,13 @@ bool filexist(const filref& ref) {
 }
 
 int fildel(const filref& ref) {
-    FileSpec spec;
-    (void)ref.convertToFileSpec(spec);
-    FileSpecFunctions functions;
-    (void)functions.DeleteFile(spec, false);
-    lasterror = functions.errorCode;
+    lasterror = OrMemFull([&] {
+        FileSpec spec;
+        (void)ref.convertToFileSpec(spec);
+        FileSpecFunctions functions;
+        (void)functions.DeleteFile(spec, false);
+        return functions.errorCode;
+    });
     if (lasterror == noErr) return 0;
     return lasterror == fBsyErr ? -2 : -1;
 }

@@ -11,22 +11,37 @@ namespace {
 // What filsavtail does with the name before it opens the fork.
 enum : int { kCreate = 0, kDeleteAndCreate = 1, kKeep = 2 };
 
+int FailOpening(sysinfrec* sys, short code) {
+    sys->error = code;
+    return Fail(sys->errorContext, code == opWrErr || code == permErr ? -3 : -1);
+}
+
 int OpenResolved(fil* f) {
-    (void)f->sys->resolveAlias();
-    const int result = filopetail(f, 0);
+    // An alias that cannot be resolved is opened itself; without memory nobody knows what it is.
+    const bool isKnown = f->sys->resolveAlias() != memFullErr;
+    const int result = isKnown ? filopetail(f, 0) : FailOpening(f->sys, memFullErr);
     if (result != 0) ReleaseRecord(f);
     return result;
 }
 
+short SetPath(sysinfrec* sys, const FileSpec& spec) {
+    return OrMemFull([&] {
+        sys->setFileSpec(spec);
+        return noErr;
+    });
+}
+
 // Deletes and creates as `how` says; a platform error code.
 short PrepareFile(const sysinfrec* sys, int how, unsigned int typeId) {
-    FileSpec spec;
-    sys->getFileSpec(spec);
-    FileSpecFunctions functions;
-    if (how != kCreate && spec.DoesExist() && !functions.DeleteFile(spec, false))
+    return OrMemFull([&] {
+        FileSpec spec;
+        sys->getFileSpec(spec);
+        FileSpecFunctions functions;
+        if (how != kCreate && spec.DoesExist() && !functions.DeleteFile(spec, false))
+            return functions.errorCode;
+        (void)functions.CreateFileWithType(spec, GetFileTypeForIdentifier(typeId));
         return functions.errorCode;
-    (void)functions.CreateFileWithType(spec, GetFileTypeForIdentifier(typeId));
-    return functions.errorCode;
+    });
 }
 
 short OpenDataFork(sysinfrec* sys, const FSRef& ref, signed char permission) {
@@ -38,6 +53,24 @@ short OpenDataFork(sysinfrec* sys, const FSRef& ref, signed char permission) {
 int FailSaving(sysinfrec* sys, short code) {
     sys->error = code;
     return Fail(sys->errorContext, -1);
+}
+
+// An empty file that nobody could write to does not stay behind.
+void TakeBack(const sysinfrec* sys) {
+    (void)OrMemFull([&] {
+        FileSpec spec;
+        FileSpecFunctions functions;
+        sys->getFileSpec(spec);
+        (void)functions.DeleteFile(spec, false);
+        return functions.errorCode;
+    });
+}
+
+// The fork of the file that stands at the path, or was just made there.
+short OpenFork(sysinfrec* sys, signed char permission) {
+    FSRef ref;
+    const short code = sys->getFSRef(ref);
+    return code == noErr ? OpenDataFork(sys, ref, permission) : code;
 }
 
 }  // namespace
@@ -53,8 +86,8 @@ int filope(fil* f, errtyp* e, const filref& ref) {
 
 int openFile(fil* f, errtyp* e, const FileSpec& spec) {
     if (!AttachRecord(f, e)) return Fail(e, -1);
-    f->sys->setFileSpec(spec);
-    return OpenResolved(f);
+    const short code = SetPath(f->sys, spec);
+    return code == noErr ? OpenResolved(f) : FailSaving(f->sys, code);
 }
 
 int filopetail(fil* f, int readWrite) {
@@ -62,12 +95,10 @@ int filopetail(fil* f, int readWrite) {
     sys->forkSize = -1;
     FSRef ref;
     // A missing file is an everyday answer and not raised.
-    if (const short code = sys->getFSRef(ref); code != noErr) return code;
-    const short code = OpenDataFork(sys, ref, readWrite != 0 ? fsRdWrPerm : fsRdPerm);
-    if (code != noErr) {
-        sys->error = code;
-        return Fail(sys->errorContext, code == opWrErr || code == permErr ? -3 : -1);
-    }
+    short code = sys->getFSRef(ref);
+    if (code == fnfErr) return code;
+    if (code == noErr) code = OpenDataFork(sys, ref, readWrite != 0 ? fsRdWrPerm : fsRdPerm);
+    if (code != noErr) return FailOpening(sys, code);
     sys->resourceRef = 0;
     sys->mode = kFilModeRead;
     sys->error = noErr;
@@ -89,7 +120,7 @@ int filsav(fil* f, errtyp* e, const filref* ref, unsigned int typeId) {
 
 int saveFile(fil* f, errtyp* e, const FileSpec& spec, unsigned int typeId) {
     if (!AttachRecord(f, e)) return Fail(e, -1);
-    f->sys->setFileSpec(spec);
+    if (const short code = SetPath(f->sys, spec); code != noErr) return FailSaving(f->sys, code);
     return filsavtail(f, kDeleteAndCreate, typeId);
 }
 
@@ -107,10 +138,10 @@ int filsavtail(fil* f, int how, unsigned int typeId) {
         const short code = PrepareFile(sys, how, typeId);
         if (code != noErr) return FailSaving(sys, code);
     }
-    FSRef ref;
-    if (const short code = sys->getFSRef(ref); code != noErr) return FailSaving(sys, code);
-    if (const short code = OpenDataFork(sys, ref, fsWrPerm); code != noErr)
+    if (const short code = OpenFork(sys, fsWrPerm); code != noErr) {
+        if (how != kKeep) TakeBack(sys);
         return FailSaving(sys, code);
+    }
     sys->resourceRef = 0;
     sys->forkSize = -1;
     sys->mode = kFilModeWrite;

@@ -65,12 +65,14 @@ void sysinfrec::getFileSpec(FileSpec& out) const {
 }
 
 short sysinfrec::getFSRef(FSRef& out) const {
-    FileSpec spec;
-    getFileSpec(spec);
-    const FSRef* const ref = spec;
-    if (ref == nullptr) return fnfErr;
-    out = *ref;
-    return noErr;
+    return OrMemFull([&] {
+        FileSpec spec;
+        getFileSpec(spec);
+        const FSRef* const ref = spec;
+        if (ref == nullptr) return fnfErr;
+        out = *ref;
+        return noErr;
+    });
 }
 
 short sysinfrec::resolveAlias() {
@@ -80,10 +82,12 @@ short sysinfrec::resolveAlias() {
     bool wasAliased = false;
     const short code = FSResolveAliasFile(&ref, true, &isFolder, &wasAliased);
     if (!wasAliased) return code;
-    const FileSpec target(ref);
-    if (!target.DoesExist()) return fnfErr;
-    setFileSpec(target);
-    return code;
+    return OrMemFull([&] {
+        const FileSpec target(ref);
+        if (!target.DoesExist()) return fnfErr;
+        setFileSpec(target);
+        return code;
+    });
 }
 
 void sysinfrec::setFileSpec(const FileSpec& spec) {
@@ -92,7 +96,12 @@ void sysinfrec::setFileSpec(const FileSpec& spec) {
 }
 
 int sysinfrec::setFilref(const filref& ref, int flags) {
-    return ref.ToUnicode(path, flags, filRefMac);
+    int result = -1;
+    const short code = OrMemFull([&] {
+        result = ref.ToUnicode(path, flags, filRefMac);
+        return noErr;
+    });
+    return code == noErr ? result : code;
 }
 
 void fil::GetFileSpec(FileSpec& out) const {

@@ -65,9 +65,11 @@ short PlaceRecord(sysinfrec* sys, const filref* given, const char* name) {
 }
 
 short FlushToDisk(const fil* f) {
-    FileSpec spec;
-    f->GetFileSpec(spec);
-    return FSFlushFile(spec);
+    return OrMemFull([&] {
+        FileSpec spec;
+        f->GetFileSpec(spec);
+        return FSFlushFile(spec);
+    });
 }
 
 int FailFlush(fil* f) {
@@ -90,7 +92,7 @@ void FormatTemporaryName(FourCC signature, unsigned int ticks, char* name) {
 
 int filsavtem(fil* f, errtyp* e, const filref* folder, unsigned int typeId, const char* name) {
     if (!AttachRecord(f, e)) return Fail(e, -1);
-    f->sys->error = PlaceRecord(f->sys, folder, name);
+    f->sys->error = OrMemFull([&] { return PlaceRecord(f->sys, folder, name); });
     if (f->sys->error != noErr) return Fail(e, -1);
     if (name != nullptr) return filsavtail(f, 1, typeId);
     const int result = filsavtail(f, 0, typeId);

@@ -117,7 +117,7 @@ OSErr FSOpenIterator(const FSRef* container, std::uint32_t iteratorFlags, FSIter
         return paramErr;
     std::unique_ptr<OpaqueFSIterator> search(new (std::nothrow) OpaqueFSIterator);
     if (!search) return memFullErr;
-    const OSErr code = Start(container, search.get());
+    const OSErr code = OrMemFull([&] { return Start(container, search.get()); });
     if (code == noErr) *iterator = search.release();
     return code;
 }

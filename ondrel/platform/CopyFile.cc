@@ -113,7 +113,7 @@ OSErr CopyFile(const std::string& from, const std::string& to) {
     Descriptor copy = OpenPath(to.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
     if (!copy.IsOpen()) return LastHostError();
     OSErr error = CopyBytes(source, copy);
-    if (error == noErr) error = GiveAttributes(from, source, copy);
+    if (error == noErr) error = OrMemFull([&] { return GiveAttributes(from, source, copy); });
     const OSErr closed = copy.Close();
     if (error == noErr) error = closed;
     if (error != noErr) (void)Retry([&] { return syscalls.unlinkat(AT_FDCWD, to.c_str(), 0); });

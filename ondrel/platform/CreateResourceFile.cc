@@ -75,16 +75,15 @@ OSErr MakeFork(const std::string& path) {
     ItemStatus status;
     if (const OSErr error = GetTargetStatus(path.c_str(), &status); error != noErr) return error;
     if (status.kind != ItemKind::kFile) return dupFNErr;
+    const std::string empty = EmptyFork();
     short fork = 0;
     OSErr error = OpenFork(path, ForkKind::kResource, fsRdWrPerm, &fork);
     if (error != noErr) return error;
     std::int64_t size = 0;
     error = FSGetForkSize(fork, &size);
     if (error == noErr && size != 0) error = dupFNErr;
-    if (error == noErr) {
-        const std::string empty = EmptyFork();
+    if (error == noErr)
         (void)FSWriteFork(fork, fsFromStart, 0, empty.size(), empty.data(), nullptr);
-    }
     const OSErr closed = FSCloseFork(fork);  // tells of a failed write too
     return error != noErr ? error : closed;
 }
@@ -96,7 +95,7 @@ OSErr CreateResourceFile(const std::string& folder, const std::string& name, FSR
     const bool isNew = error == fnfErr;
     if (isNew) error = CreateFile(path.c_str(), 0, 0);
     if (error != noErr) return error;
-    error = MakeFork(path);
+    error = OrMemFull([&] { return MakeFork(path); });
     if (error == noErr && ref != nullptr) error = FSPathMakeRef(path.c_str(), ref);
     if (error != noErr && isNew) (void)DeleteFile(path.c_str());
     return error;
@@ -112,11 +111,14 @@ OSErr FSCreateResourceFile(const FSRef* parent, UniCharCount nameLength, const U
     if (parent == nullptr || whichInfo != kFSCatInfoNone || catalogInfo != nullptr ||
         newSpec != nullptr || !Host::IsResourceForkName(forkNameLength, forkName))
         return paramErr;
-    std::string folder;
-    std::string hostName;
-    if (const OSErr error = FSRefMakePath(parent, &folder); error != noErr) return error;
-    if (!Host::HostName(name, nameLength, &hostName)) return bdNamErr;
-    return Host::CreateResourceFile(folder, hostName, newRef);
+    return OrMemFull([&] {
+        std::string folder;
+        std::string hostName;
+        const OSErr error = FSRefMakePath(parent, &folder);
+        if (error != noErr) return error;
+        if (!Host::HostName(name, nameLength, &hostName)) return bdNamErr;
+        return Host::CreateResourceFile(folder, hostName, newRef);
+    });
 }
 
 }  // namespace Ondrel

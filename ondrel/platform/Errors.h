@@ -3,7 +3,9 @@
 #ifndef ONDREL_PLATFORM_ERRORS_H
 #define ONDREL_PLATFORM_ERRORS_H
 
+#include <new>
 #include <span>
+#include <stdexcept>
 #include <string_view>
 
 #include "ondrel/platform/Export.h"
@@ -47,6 +49,18 @@ ONDREL_EXPORT std::span<const ErrorEntry> ErrorTable();
 // The platform code for a host error number (errno): 0 gives noErr, a number without a code of its
 // own gives ioErr.
 ONDREL_EXPORT OSErr ErrorFromErrno(int number);
+
+// Makes work that answers a code answer one, too, when it runs out of memory: memFullErr.
+template <class Work>
+OSErr OrMemFull(const Work& work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    } catch (const std::length_error&) {
+        return memFullErr;
+    }
+}
 
 }  // namespace Ondrel
 

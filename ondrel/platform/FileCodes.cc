@@ -1,7 +1,6 @@
 // Codes by path, in the sidecar's Finder Info.
 #include "ondrel/platform/FileCodes.h"
 
-#include <new>
 #include <string>
 
 #include "ondrel/platform/HostFiles.h"
@@ -18,15 +17,6 @@ OSErr RealFile(const char* path, std::string* real) {
     if (const OSErr error = Host::GetItemStatus(real->c_str(), &status); error != noErr)
         return error;
     return status.kind == Host::ItemKind::kFile ? noErr : fnfErr;
-}
-
-template <class Work>
-OSErr OrMemFull(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return memFullErr;
-    }
 }
 
 }  // namespace

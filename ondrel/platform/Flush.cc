@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/Flush.h"
@@ -57,9 +58,11 @@ OSErr FSFlushFile(const char* path) {
     bool temporary = false;
     const OSErr code = Host::FlushContents(path, Host::FlushWhen::kAlways, &temporary);
     if (code == fnfErr || temporary) return code;
-    const std::string text = path;
-    const OSErr folder =
-        Host::FlushFolder(text.substr(0, std::max<std::size_t>(text.rfind('/'), 1)));
+    const OSErr folder = OrMemFull([&] {
+        const std::string_view text = path;
+        const std::size_t end = std::max<std::size_t>(text.rfind('/'), 1);
+        return Host::FlushFolder(std::string(text.substr(0, end)));
+    });
     return code != noErr ? code : folder;
 }
 

@@ -78,11 +78,14 @@ OSErr FolderTree::Open(const char* path) {
     error_ = noErr;
     Descriptor folder(Retry([&] { return syscalls.openat(AT_FDCWD, path, kHow, 0); }));
     if (!folder.IsOpen()) return LastHostError();
-    path_ = path;
-    levels_.emplace_back();
-    levels_.front().Start(std::move(folder));
-    levels_.front().pathLength = path_.size();
-    return noErr;
+    return OrMemFull([&] {
+        path_ = path;
+        Level start;
+        start.Start(std::move(folder));
+        start.pathLength = path_.size();
+        levels_.push_back(std::move(start));
+        return noErr;
+    });
 }
 
 OSErr FolderTree::GetIdentity(FolderIdentity* identity) const {
@@ -183,11 +186,25 @@ OSErr FolderTree::GiveBackOldest() {
     return noErr;
 }
 
+// Makes sure that there is memory for one level more.
+OSErr FolderTree::MakeRoom() {
+    return OrMemFull([&] {
+        path_.reserve(path_.size() + 1 + name_.size());
+        if (levels_.size() == depth_ + 1) levels_.emplace_back();
+        Level& next = levels_[depth_ + 1];
+        // See GiveBackOldest.
+        const bool takesOver =
+            depth_ + 1 >= kMostOpen && levels_[depth_ + 2 - kMostOpen].folder.IsOpen();
+        if (!next.transfer && !takesOver) next.transfer.reset(new char[kFolderTransferSize]);
+        return noErr;
+    });
+}
+
 OSErr FolderTree::Enter() {
     if (name_.empty()) return fnfErr;
+    if (const OSErr code = MakeRoom(); code != noErr) return code;
     Descriptor folder = OpenIn(levels_[depth_].folder, name_.data(), kHow | O_NOFOLLOW);
     if (!folder.IsOpen()) return LastHostError();
-    if (levels_.size() == depth_ + 1) levels_.emplace_back();
     ++depth_;
     if (depth_ >= kMostOpen) {
         if (const OSErr code = GiveBackOldest(); code != noErr) {

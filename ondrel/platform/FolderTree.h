@@ -85,6 +85,7 @@ class ONDREL_EXPORT FolderTree {
     struct Level;
 
     bool Refill(Level& level);
+    OSErr MakeRoom();
     OSErr GiveBackOldest();
     OSErr OpenAgain(std::size_t depth);
 

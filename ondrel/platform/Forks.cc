@@ -99,10 +99,12 @@ OSErr OpenFork(const std::string& path, ForkKind kind, signed char permissions, 
     facts.mayRead = permissions != fsWrPerm;
     facts.mayWrite = permissions != fsRdPerm;
     if (kind == ForkKind::kData) return OpenWith(path, facts, number);
-    // The sidecar stands beside the file itself, not beside a link to it.
-    std::string real;
-    const OSErr code = RealPath(path.c_str(), &real);
-    return code != noErr ? code : OpenWith(real, facts, number);
+    return OrMemFull([&] {
+        // The sidecar stands beside the file itself, not beside a link to it.
+        std::string real;
+        const OSErr code = RealPath(path.c_str(), &real);
+        return code != noErr ? code : OpenWith(real, facts, number);
+    });
 }
 
 OSErr SizeOfFork(const Fork& fork, std::int64_t* size) {

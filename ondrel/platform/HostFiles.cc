@@ -58,7 +58,19 @@ OSErr StoreCodes(const char* path, FourCC creator, FourCC type) {
     FinderInfo info;
     info.SetCreator(creator);
     info.SetType(type);
-    return WriteFinderInfo(path, info);
+    return OrMemFull([&] { return WriteFinderInfo(path, info); });
+}
+
+OSErr UnlinkWithSidecar(const char* path) {
+    const std::string beside = SidecarPath(path);
+    const std::string ofServer = ServerSidecarPath(path);
+    if (const OSErr error = Unlink(path); error != noErr) return error;
+    // The file is gone and does not come back, so that this is a success: a sidecar that stays
+    // belongs to nothing, and is taken away before a new file can have its name.
+    (void)Unlink(beside.c_str());
+    if (OrMemFull([&] { return CheckSidecarFile(ofServer); }) == noErr)
+        (void)Unlink(ofServer.c_str());
+    return noErr;
 }
 
 }  // namespace
@@ -74,8 +86,11 @@ OSErr GetTargetStatus(const char* path, ItemStatus* status) {
 OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
     SidecarAside stale;
     SidecarAside staleOfServer;
-    OSErr taken = TakeStaleSidecar(path, SidecarPath(path), &stale);
-    if (taken == noErr) taken = TakeStaleSidecar(path, ServerSidecarPath(path), &staleOfServer);
+    const OSErr taken = OrMemFull([&] {
+        const OSErr error = TakeStaleSidecar(path, SidecarPath(path), &stale);
+        if (error != noErr) return error;
+        return TakeStaleSidecar(path, ServerSidecarPath(path), &staleOfServer);
+    });
     if (taken != noErr) return taken;
     if (const OSErr error = MakeFile(path); error != noErr) return error;
     if (creator != 0 || type != 0) {
@@ -96,13 +111,7 @@ OSErr DeleteFile(const char* path) {
     if (status.kind == ItemKind::kFile &&
         (HasOpenFork(status.device, status.inode) || IsWrittenElsewhere(path)))
         return fBsyErr;
-    if (const OSErr error = Unlink(path); error != noErr) return error;
-    // The file is gone and does not come back, so that this is a success: a sidecar that stays
-    // belongs to nothing, and is taken away before a new file can have its name.
-    (void)Unlink(SidecarPath(path).c_str());
-    const std::string ofServer = ServerSidecarPath(path);
-    if (CheckSidecarFile(ofServer) == noErr) (void)Unlink(ofServer.c_str());
-    return noErr;
+    return OrMemFull([&] { return UnlinkWithSidecar(path); });
 }
 
 OSErr CreateFolder(const char* path, unsigned int mode) {

@@ -42,7 +42,9 @@ OSErr CreateFile(const char* path, FourCC creator, FourCC type);
 // CreateFile and RenameItem clear it away.
 OSErr DeleteFile(const char* path);
 
-enum class WhenTargetExists { kRefuse, kReplace };
+// kReplaceDurably: as kReplace, and the sidecar is on the disk under its new name before the item
+// takes its own, so that a power cut leaves no item without what belongs to it.
+enum class WhenTargetExists { kRefuse, kReplace, kReplaceDurably };
 
 // Renames or moves an item within its file system, its sidecar with it. kRefuse: an existing target
 // gives dupFNErr and nothing changes. kReplace: the target is replaced in one step. A sidecar of

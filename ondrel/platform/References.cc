@@ -54,11 +54,15 @@ std::string ParentOf(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+// Without memory it is not remembered, and found again another time.
 void Remember(const RefFacts& facts, const std::string& path) {
     HoldAcrossFork<placesMutex>();
     const std::lock_guard lock(placesMutex);
-    ThePlaces().items.Store(BytesOf(facts), path);
-    ThePlaces().folders.Store(BytesOf(FolderOf(facts)), ParentOf(path));
+    (void)OrMemFull([&] {
+        ThePlaces().items.Store(BytesOf(facts), path);
+        ThePlaces().folders.Store(BytesOf(FolderOf(facts)), ParentOf(path));
+        return noErr;
+    });
 }
 
 bool RecallItem(const RefFacts& facts, std::string* path) {
@@ -178,12 +182,12 @@ void ForgetPlaces() {
 OSErr FSPathMakeRef(const char* path, FSRef* ref) {
     if (path == nullptr || ref == nullptr) return paramErr;
     if (*path != '/') return fnfErr;
-    return Host::MakeRef(path, ref);
+    return OrMemFull([&] { return Host::MakeRef(path, ref); });
 }
 
 OSErr FSRefMakePath(const FSRef* ref, std::string* path) {
     if (ref == nullptr || path == nullptr) return paramErr;
-    return Host::Find(std::bit_cast<Host::RefFacts>(*ref), path);
+    return OrMemFull([&] { return Host::Find(std::bit_cast<Host::RefFacts>(*ref), path); });
 }
 
 OSErr FSResolveAliasFile(FSRef* ref, bool resolveChains, bool* targetIsFolder, bool* wasAliased) {
@@ -193,7 +197,8 @@ OSErr FSResolveAliasFile(FSRef* ref, bool resolveChains, bool* targetIsFolder, b
     std::string target;
     bool isFolder = false;
     bool isAlias = false;
-    OSErr code = Host::ResolveAlias(path, resolveChains, &target, &isFolder, &isAlias);
+    OSErr code = OrMemFull(
+        [&] { return Host::ResolveAlias(path, resolveChains, &target, &isFolder, &isAlias); });
     if (code == noErr && isAlias) code = FSPathMakeRef(target.c_str(), ref);
     if (code == noErr) *targetIsFolder = isFolder;
     *wasAliased = isAlias;

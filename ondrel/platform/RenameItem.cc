@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "ondrel/platform/Flush.h"
 #include "ondrel/platform/HostCalls.h"
 #include "ondrel/platform/HostFiles.h"
 #include "ondrel/platform/PathNames.h"
@@ -125,10 +126,10 @@ OSErr MoveSidecarOfServer(const char* from, const char* to) {
 }
 
 OSErr MoveSidecar(const char* from, const char* to) {
-    OSErr error = MoveSidecarBeside(from, to);
+    OSErr error = OrMemFull([&] { return MoveSidecarBeside(from, to); });
     if (error != noErr) return error;
-    error = MoveSidecarOfServer(from, to);
-    if (error != noErr) (void)MoveSidecarBeside(to, from);
+    error = OrMemFull([&] { return MoveSidecarOfServer(from, to); });
+    if (error != noErr) (void)OrMemFull([&] { return MoveSidecarBeside(to, from); });
     return error;
 }
 
@@ -165,7 +166,22 @@ OSErr TakeSidecarOfTarget(const char* from, std::string place, bool targetIsTher
     return targetIsThere ? aside->Take(sidecar.path) : TakeStaleSidecar(from, sidecar, aside);
 }
 
-OSErr RenameOverTarget(const char* from, const char* to) {
+// Brings a sidecar that now has its new name to the disk under it.
+OSErr FlushSidecarName(const char* to) {
+    ItemStatus status;
+    if (GetItemStatus(SidecarPath(to).c_str(), &status) != noErr) return noErr;
+    return FlushFolder(JoinPath(SplitPath(to).folder, "."));
+}
+
+OSErr MoveSidecarFirst(const char* from, const char* to, WhenTargetExists policy) {
+    const OSErr error = MoveSidecar(from, to);
+    if (error != noErr || policy != WhenTargetExists::kReplaceDurably) return error;
+    const OSErr flushed = OrMemFull([&] { return FlushSidecarName(to); });
+    if (flushed != noErr) (void)MoveSidecar(to, from);
+    return flushed;
+}
+
+OSErr RenameOverTarget(const char* from, const char* to, WhenTargetExists policy) {
     ItemStatus item;
     ItemStatus target;
     if (const OSErr error = GetItemStatus(from, &item); error != noErr) return error;
@@ -178,7 +194,7 @@ OSErr RenameOverTarget(const char* from, const char* to) {
     OSErr error = noErr;
     for (std::size_t i = 0; i < replaced.size() && error == noErr; ++i)
         error = TakeSidecarOfTarget(from, PlacesOfSidecar(to)[i], found == noErr, &replaced[i]);
-    if (error == noErr) error = MoveSidecar(from, to);
+    if (error == noErr) error = MoveSidecarFirst(from, to, policy);
     if (error != noErr) return error;
     error = Move(from, to);
     if (error != noErr) {
@@ -193,8 +209,10 @@ OSErr RenameOverTarget(const char* from, const char* to) {
 }  // namespace
 
 OSErr RenameItem(const char* from, const char* to, WhenTargetExists policy) {
-    return policy == WhenTargetExists::kRefuse ? RenameToFreeName(from, to)
-                                               : RenameOverTarget(from, to);
+    return OrMemFull([&] {
+        return policy == WhenTargetExists::kRefuse ? RenameToFreeName(from, to)
+                                                   : RenameOverTarget(from, to, policy);
+    });
 }
 
 }  // namespace Ondrel::Host

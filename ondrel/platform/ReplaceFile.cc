@@ -6,9 +6,9 @@
 //      somebody writes to, and what is no file are refused;
 //   2. the finished file is copied beside the document where it lies on another file system;
 //   3. it gets the document's owner, mode and attributes, and is brought to the disk;
-//   4. the document's sidecar gets a resource fork that came with the finished file; in the common
-//   case
-//      there is none, and the sidecar is not touched at all;
+//   4. the document's sidecar gets the codes or the resource fork that came with the finished file,
+//      and is brought to the disk; in the common case there are none, or the document has codes of
+//      its own, and the sidecar is not touched at all;
 //   5. one rename puts the new document in the old one's place, and the folder is flushed.
 #include "ondrel/platform/ReplaceFile.h"
 
@@ -120,7 +120,7 @@ class Swap {
             error = FlushContents(staged_.c_str(), FlushWhen::kUnlessFlushed, nullptr);
         if (error == noErr) error = exists_ ? PublishOver() : PublishNew();
         if (error != noErr) return error;
-        CleanUp();
+        (void)OrMemFull([&] { return CleanUp(); });
         return FlushFolder(FolderOf(document_));
     }
 
@@ -150,7 +150,16 @@ class Swap {
     }
 
     OSErr PublishNew() {
-        return RenameItem(staged_.c_str(), document_.c_str(), WhenTargetExists::kReplace);
+        return RenameItem(staged_.c_str(), document_.c_str(), WhenTargetExists::kReplaceDurably);
+    }
+
+    // It is on the disk before the document is: a power cut leaves no new document without what
+    // belongs to it.
+    OSErr PublishSidecar(const char* document, const AppleDouble& sidecar) {
+        return OrMemFull([&] {
+            const OSErr error = WriteSidecar(document, sidecar);
+            return error == noErr ? FlushFolder(FolderOf(document_)) : error;
+        });
     }
 
     // When the rename fails, the document's sidecar is again what it was.
@@ -159,21 +168,21 @@ class Swap {
         Sidecars sidecars;
         if (const OSErr error = JoinSidecars(finished_, document, &sidecars); error != noErr)
             return error;
-        if (sidecars.Change())
-            if (const OSErr error = WriteSidecar(document, sidecars.after); error != noErr)
-                return error;
-        const OSErr moved = Move(staged_, document_);
-        if (moved != noErr && sidecars.Change()) (void)WriteSidecar(document, sidecars.before);
+        OSErr moved = sidecars.Change() ? PublishSidecar(document, sidecars.after) : noErr;
+        if (moved == noErr) moved = Move(staged_, document_);
+        if (moved != noErr && sidecars.Change())
+            (void)OrMemFull([&] { return WriteSidecar(document, sidecars.before); });
         return moved;
     }
 
     // The new document is in its place; what is left of the finished file goes.
-    void CleanUp() {
+    OSErr CleanUp() {
         if (isCopy_) (void)DeleteFile(finished_);
         isCopy_ = false;
         const std::string sidecar = SidecarPath(finished_);
         if (CheckSidecarFile(sidecar) == noErr)
             (void)Retry([&] { return syscalls.unlinkat(AT_FDCWD, sidecar.c_str(), 0); });
+        return noErr;
     }
 
     const char* finished_;
@@ -187,7 +196,7 @@ class Swap {
 }  // namespace
 
 OSErr ReplaceFile(const char* finished, const char* document) {
-    return Swap(finished, document).Run();
+    return OrMemFull([&] { return Swap(finished, document).Run(); });
 }
 
 }  // namespace Ondrel::Host

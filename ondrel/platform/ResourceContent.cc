@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
-#include <stdexcept>
 
 #include "ondrel/platform/ComposeFork.h"
 #include "ondrel/platform/ResourceFile.h"
@@ -15,18 +13,6 @@ namespace {
 
 constexpr std::size_t kMostBytes = AppleDouble::kMaxResourceFork;
 constexpr std::size_t kMostReserved = std::size_t{1} << 24;
-
-// Makes what may run out of memory answer a code.
-template <class Work>
-OSErr OrMemFull(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return memFullErr;
-    } catch (const std::length_error&) {
-        return memFullErr;
-    }
-}
 
 // Whether the first bytes of a fork have all that a reader of resources looks at.
 bool HoldAllResources(std::string_view start) {

@@ -164,7 +164,7 @@ OSErr Replace(const std::string& path, const FileParts& parts,
     const std::string temporary = TemporaryBeside(path);
     Descriptor file = OpenPath(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
     if (!file.IsOpen()) return LastHostError();
-    OSErr error = Fill(std::move(file), parts, permission);
+    OSErr error = OrMemFull([&] { return Fill(std::move(file), parts, permission); });
     if (error == noErr)
         error = CodeOf(Retry([&] {
             return syscalls.renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), 0);

@@ -18,10 +18,10 @@ OSErr Move(const std::string& from, const std::string& to) {
 
 OSErr SidecarAside::Take(const std::string& sidecarPath) {
     std::string aside = TemporaryBeside(sidecarPath);
+    original_ = sidecarPath;  // there is memory for the way back
     const OSErr error = Move(sidecarPath, aside);
     if (error == fnfErr) return noErr;
     if (error != noErr) return error;
-    original_ = sidecarPath;
     aside_ = std::move(aside);
     return noErr;
 }

@@ -26,7 +26,8 @@ OSErr PutIntoFork(const std::string& icon, Host::ResourceContent* content) {
 OSErr SetIconForFile(const char* path, const Image& image) {
     if (path == nullptr || !image.IsValid()) return paramErr;
     short fork = 0;
-    OSErr error = Host::OpenFork(path, Host::ForkKind::kResource, fsRdWrPerm, &fork);
+    OSErr error = OrMemFull(
+        [&] { return Host::OpenFork(path, Host::ForkKind::kResource, fsRdWrPerm, &fork); });
     if (error != noErr) return error;
     std::string icon;
     error = ComposeIcon(image, &icon);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -79,7 +81,11 @@ ResourceFork::~ResourceFork() {
 }
 
 void ResourceFork::Open() {
-    forkRef_ = OpenFork(path_);
+    try {
+        forkRef_ = OpenFork(path_);
+    } catch (const std::bad_alloc&) {
+        forkRef_ = 0;
+    }
 }
 
 void ResourceFork::NewResource(unsigned type, int id, const char* name) {
@@ -126,7 +132,11 @@ void ResourceFork::CloseResource() {
     Put32(&length, end - current_.start - 4);
     WriteAt(current_.start, length.data(), length.size());
     FSSetForkPosition(forkRef_, fsFromStart, end);
-    File(current_);
+    try {
+        File(current_);
+    } catch (const std::bad_alloc&) {
+        Abandon();
+    }
 }
 
 void ResourceFork::WriteResourceMap() {
@@ -164,9 +174,25 @@ void ResourceFork::WriteResourceMap() {
     Write(map.data(), map.size());
 }
 
+// A fork is not stored once a write has failed, and none can be so long.
+void ResourceFork::Abandon() {
+    constexpr std::int64_t kBehindTheLongest = std::numeric_limits<std::int32_t>::max();
+    FSWriteFork(forkRef_, fsFromStart, kBehindTheLongest, 1, "", nullptr);
+}
+
 bool ResourceFork::Close(const std::string* icon) {
     if (forkRef_ == 0) return false;
     if (open_) CloseResource();
+    try {
+        WriteMapAndHeader();
+    } catch (const std::bad_alloc&) {
+        Abandon();
+    }
+    if (icon != nullptr) (void)SetIconInFork(forkRef_, *icon);
+    return FSCloseFork(std::exchange(forkRef_, short{0})) == noErr;
+}
+
+void ResourceFork::WriteMapAndHeader() {
     const unsigned mapStart = Position();
     const unsigned char room[kHeaderSize] = {};
     Write(room, sizeof room);
@@ -179,8 +205,6 @@ bool ResourceFork::Close(const std::string* icon) {
     Put32(&header, mapEnd - mapStart);
     WriteAt(0, header.data(), header.size());
     WriteAt(mapStart, header.data(), header.size());
-    if (icon != nullptr) (void)SetIconInFork(forkRef_, *icon);
-    return FSCloseFork(std::exchange(forkRef_, short{0})) == noErr;
 }
 
 void ResourceFork::RequireOpen() const {

@@ -79,6 +79,9 @@ class ONDREL_EXPORT ResourceFork {
     // "Duplicate Resource".
     bool Close(const std::string* icon = nullptr);
 
+    // Lets go of all that was written, which is then not stored.
+    void Abandon();
+
  private:
     struct Record {
         unsigned type = 0;
@@ -88,6 +91,7 @@ class ONDREL_EXPORT ResourceFork {
         unsigned start = 0;  // where the length stands in the fork
     };
 
+    void WriteMapAndHeader();
     void RequireOpen() const;
     unsigned Position() const;
     void Write(const void* data, unsigned long length);

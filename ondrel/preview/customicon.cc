@@ -11,8 +11,10 @@ void AddCustomIcon(const FileSpec& file, drapix* image) {
     if (!Pictures::IsPicture(image)) return;
     const Pictures::IconSquare square = Pictures::MakeIconSquare(*image);
     if (!square.IsThere()) return;
-    // The path as the disk has it: the workspace looks for it byte for byte.
-    SetIconForFile(static_cast<const char*>(file), square.AsImage());
+    (void)OrMemFull([&] {
+        // The path as the disk has it: the workspace looks for it byte for byte.
+        return SetIconForFile(static_cast<const char*>(file), square.AsImage());
+    });
 }
 
 }  // namespace Ondrel

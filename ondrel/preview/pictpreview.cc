@@ -1,6 +1,8 @@
 // Puts a preview together: the picture, the pointer to it, the icon.
 #include "ondrel/preview/pictpreview.h"
 
+#include <new>
+
 #include "ondrel/platform/Types.h"
 #include "ondrel/platform/Workspace.h"
 #include "ondrel/preview/currentfile.h"
@@ -54,8 +56,13 @@ bool WritePreview(const FileSpec& file, const drapix& image, int resolution, con
     Uni16String path;
     file.GetPathUni16(path);
     ResourceFork fork(path);
-    WritePicture(&fork, image, resolution, mask);
-    WritePointer(&fork);
+    try {
+        WritePicture(&fork, image, resolution, mask);
+        WritePointer(&fork);
+    } catch (const std::bad_alloc&) {
+        fork.Abandon();  // else what there is of it would be stored
+        throw;
+    }
     return fork.Close(icon);
 }
 

@@ -20,7 +20,8 @@ namespace Ondrel {
 // so it does for a picture that takes 16 MiB when packed, which no fork can hold with anything
 // behind it. The icon is set all the same. The format has no room for widths of 8192 pixels and
 // more: such a picture is stored, but cannot be read. The thread's current resource file stays the
-// current one.
+// current one. An allocation that fails throws as the standard library does; the fork stays as it
+// was.
 ONDREL_EXPORT void filpictpreview(const FileSpec& file, drapix* image, int resolution,
                                   draenv* mask);
 
