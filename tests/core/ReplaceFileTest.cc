@@ -406,14 +406,6 @@ void FailEveryCall(const Scratch& scratch, bool exists, const std::string& finis
     }
 }
 
-TEST_F(ReplaceFileTest, WhicheverCallFailsTheOldDocumentOrTheNewOneIsThere) {
-    FailEveryCall(scratch_, true, Path("new"));
-}
-
-TEST_F(ReplaceFileTest, WhicheverCallFailsANewDocumentIsThereWholeOrNotAtAll) {
-    FailEveryCall(scratch_, false, Path("new"));
-}
-
 TEST_F(ReplaceFileTest, WhicheverCallFailsAcrossFileSystemsTheOldOrTheNewIsThere) {
     const OtherFileSystem other;
     if (!other.IsThere()) GTEST_SKIP() << kNoOther;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -66,6 +67,7 @@ struct Fault {
     OSErr code = noErr;           // what the library makes of it
     OSErr otherCode = noErr;      // or of that
     bool hindersCleanUp = false;  // what was to be taken away may lie about
+    bool lasts = false;           // nothing could be brought back
     bool mustSucceed = false;
 };
 
@@ -84,6 +86,17 @@ bool IsTemporary(const std::string& path) {
 
 Snapshot WithoutTemporaries(Snapshot snapshot) {
     std::erase_if(snapshot, [](const auto& item) { return IsTemporary(item.first); });
+    return snapshot;
+}
+
+// A sidecar whose file is gone belongs to nothing, and gives way to the next file of that name.
+Snapshot WithoutOrphans(Snapshot snapshot) {
+    std::erase_if(snapshot, [&](const auto& item) {
+        const fs::path path(item.first);
+        const std::string name = path.filename().string();
+        return name.starts_with("._") &&
+               !snapshot.contains((path.parent_path() / name.substr(2)).string());
+    });
     return snapshot;
 }
 
@@ -113,12 +126,27 @@ bool SameNames(const Snapshot& names, const Snapshot& allowedOne, const Snapshot
     });
 }
 
+// Each item is that of the one or the other, and none is missing that both have.
+bool IsWholeIn(const Snapshot& now, const Snapshot& one, const Snapshot& other) {
+    const auto isIn = [](const auto& item, const Snapshot& snapshot) {
+        const auto found = snapshot.find(item.first);
+        return found != snapshot.end() && found->second == item.second;
+    };
+    const bool noneIsNew = std::all_of(now.begin(), now.end(), [&](const auto& item) {
+        return isIn(item, one) || isIn(item, other);
+    });
+    // What could not be brought back stands under a temporary name.
+    return noneIsNew && std::all_of(one.begin(), one.end(), [&](const auto& item) {
+               return now.contains(item.first) || !other.contains(item.first) ||
+                      fs::path(item.first).filename().string().starts_with("._");
+           });
+}
+
 // One operation, its folder, and what an untouched run makes of it.
 class Trial {
  public:
     explicit Trial(const Operation& operation) : operation_(operation) {
         FillTables();
-        temporary_ = fs::temp_directory_path();
         setenv("TMPDIR", scratch_.Path("tmp").c_str(), 1);
         MountVolume("Test", scratch_.Path().c_str());
         // Twice: what the library and the host's libraries make once and keep is there afterwards.
@@ -202,8 +230,8 @@ class Trial {
         const std::string what = What(fault);
         CheckAnswer(answer, fault, fired, what);
         const Snapshot now = TakeSnapshot(scratch_.Path());
-        CheckFolder(fault.hindersCleanUp ? WithoutTemporaries(now) : now, answer, what);
-        if (fired) CheckAgain(answer, what);
+        CheckFolder(now, answer, fault, what);
+        if (fired && !fault.lasts) CheckAgain(answer, what);
     }
 
     void CheckAnswer(const Answer& answer, const Fault& fault, bool fired,
@@ -225,12 +253,21 @@ class Trial {
             << what << ": " << answer.message;
     }
 
-    void CheckFolder(const Snapshot& now, const Answer& answer, const std::string& what) const {
+    void CheckFolder(const Snapshot& found, const Answer& answer, const Fault& fault,
+                     const std::string& what) const {
+        const Snapshot now = fault.hindersCleanUp ? WithoutTemporaries(found) : found;
         const bool isNew = now == after_;
         const bool isOld = now == before_;
         if (answer.succeeded) {
-            EXPECT_TRUE(isNew || (isOld && operation_.keepsSilent))
+            const bool isPart = operation_.leaves == Leaves::kPartOfTheNew;
+            EXPECT_TRUE(isNew || WithoutOrphans(now) == after_ ||
+                        (operation_.keepsSilent && (isOld || isPart)))
                 << what << " succeeded:" << Difference(after_, now);
+            return;
+        }
+        if (fault.lasts && operation_.leaves != Leaves::kPartOfTheNew) {
+            EXPECT_TRUE(IsWholeIn(now, before_, after_))
+                << what << " failed:" << Difference(before_, now);
             return;
         }
         switch (operation_.leaves) {
@@ -266,8 +303,8 @@ class Trial {
 
     const Operation& operation_;
     const WithoutDisk withoutDisk_;
+    const std::string temporary_ = fs::temp_directory_path();
     const Scratch scratch_;
-    std::string temporary_;
     Answer expected_;
     Snapshot before_;
     Snapshot after_;
@@ -298,6 +335,7 @@ void FailInTurn(Trial* trial, int error, int times) {
                           active.Where() + ": " + NameOf(error);
             fault->code = CodeOf(error, active.Where());
             fault->mustSucceed = error == EINTR || error == kShortTransfer;
+            fault->lasts = times < 0;
             fault->hindersCleanUp =
                 times < 0 || active.Where() == "unlinkat" || active.Where() == "close";
         };
@@ -322,6 +360,22 @@ Snapshot TakeSnapshot(const std::string& folder) {
         snapshot[fs::relative(entry.path(), folder).string()] = item;
     }
     return snapshot;
+}
+
+std::string NameOfOperation(const ::testing::TestParamInfo<Operation>& info) {
+    std::string name = info.param.name;
+    std::erase_if(name, [](char c) { return c == ','; });
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+}
+
+InMemory::InMemory() : before_(fs::temp_directory_path()) {
+    constexpr char kPlace[] = "/dev/shm";
+    if (access(kPlace, W_OK) == 0) setenv("TMPDIR", kPlace, 1);
+}
+
+InMemory::~InMemory() {
+    setenv("TMPDIR", before_.c_str(), 1);
 }
 
 void FailEachCall(const Operation& operation) {
@@ -354,6 +408,7 @@ void RefuseEachAllocation(const Operation& operation) {
                 fault->name = "allocation " + std::to_string(n) + (times < 0 ? " and on" : "");
                 fault->code = memFullErr;
                 fault->otherCode = kNoText;
+                fault->lasts = times < 0;
                 fault->hindersCleanUp = times < 0;
             };
             if (!trial.Run(plan, describe) || ::testing::Test::HasFailure()) break;

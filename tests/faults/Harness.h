@@ -13,6 +13,8 @@
 #ifndef TESTS_FAULTS_HARNESS_H
 #define TESTS_FAULTS_HARNESS_H
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <ostream>
 #include <string>
@@ -65,6 +67,21 @@ inline void PrintTo(const Operation& operation, std::ostream* out) {
 // The items below a folder: what each is, its permission, and its bytes.
 using Snapshot = std::map<std::string, std::string>;
 Snapshot TakeSnapshot(const std::string& folder);
+
+// The name of a test of it: "write a fork" gives write_a_fork.
+std::string NameOfOperation(const ::testing::TestParamInfo<Operation>& info);
+
+// Scratch folders are made in memory while it lives, where the host has a place for that.
+class InMemory {
+ public:
+    InMemory();
+    ~InMemory();
+    InMemory(const InMemory&) = delete;
+    InMemory& operator=(const InMemory&) = delete;
+
+ private:
+    std::string before_;
+};
 
 void FailEachCall(const Operation& operation);
 void CutEachTransfer(const Operation& operation);

@@ -1,7 +1,6 @@
 // Whichever call of a stream's operation fails: reading, writing, records, direct access.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 
 #include "ondrel/core/FileType.h"
@@ -298,6 +297,10 @@ const Operation kOperations[] = {
 class StreamFaults : public ::testing::TestWithParam<Operation> {
  protected:
     StreamFaults() { RegisterFileType({kDocumentType, 0x4D794170, 0x4D794463, ".mydc"}); }
+
+ private:
+    // Thousands of folders are made and cleared.
+    const InMemory inMemory_;
 };
 
 TEST_P(StreamFaults, EveryCallFailsOnceAndNothingIsLost) {
@@ -312,14 +315,7 @@ TEST_P(StreamFaults, EveryRequestForMemoryIsRefusedOnceAndNothingIsLost) {
     RefuseEachAllocation(GetParam());
 }
 
-std::string NameForTest(const ::testing::TestParamInfo<Operation>& info) {
-    std::string name = info.param.name;
-    std::erase_if(name, [](char c) { return c == ','; });
-    std::replace(name.begin(), name.end(), ' ', '_');
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, StreamFaults, ::testing::ValuesIn(kOperations), NameForTest);
+INSTANTIATE_TEST_SUITE_P(Every, StreamFaults, ::testing::ValuesIn(kOperations), NameOfOperation);
 
 }  // namespace
 }  // namespace Ondrel::Testing

@@ -2,12 +2,15 @@
 // and either fails it or hands it on to the table that was in use before the plan.
 #include "tests/support/FaultPlan.h"
 
+#include <signal.h>
 #include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <mutex>
 #include <string_view>
 #include <type_traits>
@@ -60,18 +63,27 @@ struct Name {
     char text[size];
 };
 
-// A transfer of one byte in the place of a longer one; other calls as they are.
-template <Name name, class Function, class... Arguments>
-auto Cut(Function function, Arguments... arguments) {
+std::size_t OneByte(std::size_t size) {
+    return std::min(size, std::size_t{1});
+}
+
+std::size_t Half(std::size_t size) {
+    return size / 2;
+}
+
+// The start of a transfer, whose length is what `shorten` makes of it; other calls as they are.
+template <Name name, class Function, class Shorten, class... Arguments>
+auto Cut(Function function, Shorten shorten, Arguments... arguments) {
     constexpr std::string_view kName = name.text;
     if constexpr (kName == "pread" || kName == "pwrite") {
         const auto cut = [&](int fd, auto* buffer, std::size_t size, off_t offset) {
-            return function(fd, buffer, std::min(size, std::size_t{1}), offset);
+            return function(fd, buffer, shorten(size), offset);
         };
         return cut(arguments...);
     } else if constexpr (kName == "preadv2" || kName == "pwritev2") {
         const auto cut = [&](int fd, const iovec* parts, int count, off_t offset, int flags) {
-            const iovec part = CutPart(parts, count, 1);
+            const iovec whole = CutPart(parts, count, std::numeric_limits<std::size_t>::max());
+            const iovec part{whole.iov_base, shorten(whole.iov_len)};
             return function(fd, &part, 1, offset, flags);
         };
         return cut(arguments...);
@@ -91,7 +103,9 @@ struct Wrapper<name, style, entry, Result (*)(Arguments...)> {
     static Result Call(Arguments... arguments) {
         const int error = Strike(name.text);
         if (error == 0) return (plan.below.*entry)(arguments...);
-        if (error == kShortTransfer) return Cut<name>((plan.below.*entry), arguments...);
+        if (error == kShortTransfer) return Cut<name>((plan.below.*entry), OneByte, arguments...);
+        if (error == kDieHalfWay) Cut<name>((plan.below.*entry), Half, arguments...);
+        if (error == kDie || error == kDieHalfWay) ::kill(::getpid(), SIGKILL);
         if constexpr (std::string_view(name.text) == "close") (plan.below.*entry)(arguments...);
         if constexpr (style == Style::kPositive) return error;
         if constexpr (style == Style::kNegative) return -error;

@@ -17,6 +17,11 @@ namespace Ondrel::Testing {
 // transfer nothing, or one byte, are made as they are.
 inline constexpr int kShortTransfer = -1;
 
+// The same: the process is killed in the place of the call, or, of a transfer, when half of it is
+// done. For child processes.
+inline constexpr int kDie = -2;
+inline constexpr int kDieHalfWay = -3;
+
 class FaultPlan {
  public:
     // Fails call number `n` (from 1) with `error`. `call` restricts the count to one entry of the
