@@ -148,7 +148,9 @@ void PrintDot(double x, int y, int radius, const char* colour, const std::string
 }
 
 void PrintScale(int bottom) {
-    for (double ratio = kLeast; ratio <= kMost; ratio *= 2) {
+    constexpr int kDoublings = 10;  // from kLeast to kMost
+    for (int i = 0; i <= kDoublings; ++i) {
+        const double ratio = std::ldexp(kLeast, i);
         const double x = PlaceOf(ratio);
         std::printf(
             "<line x1=\"%.1f\" y1=\"%d\" x2=\"%.1f\" y2=\"%d\" stroke=\"%s\"/>\n"

@@ -260,7 +260,7 @@ class QtPeer {
         stream_.writeBytes(text.data(), static_cast<uint>(text.size()));
     }
     void PutEnded(const std::string& text, char) {
-        file_.write(text.c_str(), static_cast<qint64>(text.size() + 1));
+        file_.write(text.c_str(), static_cast<qint64>(text.size()) + 1);
     }
     void PutLine(const std::string& text) {
         file_.write(text.data(), static_cast<qint64>(text.size()));

@@ -79,12 +79,14 @@ const unsigned short* Shorts(const Units& text) {
 }
 
 std::uint64_t MarkOfUnits(const void* units, std::size_t size) {
+    if (size - 1 >= kRoom) return 0;  // nothing, or a failure
     std::uint16_t last;
     std::memcpy(&last, static_cast<const char*>(units) + 2 * (size - 1), sizeof last);
     return size + last;
 }
 
 std::uint64_t MarkOfBytes(const char* bytes, std::size_t size) {
+    if (size - 1 >= kRoom) return 0;
     return size + static_cast<unsigned char>(bytes[size - 1]);
 }
 
