@@ -39,7 +39,7 @@ namespace fs = std::filesystem;
 
 constexpr int kWidth = 1000;
 constexpr int kHeight = 750;
-constexpr std::size_t kRowBytes = 3 * kWidth;
+constexpr std::size_t kRowBytes = std::size_t{3} * kWidth;
 using Rows = std::vector<unsigned char>;  // kHeight rows
 
 // --- The rows -----------------------------------------------------------------------------------
@@ -290,13 +290,13 @@ void DrawPicture(benchmark::State& state) {
     const std::string file = PictureOf(rows);
     std::vector<unsigned char> pixels(std::size_t{4} * kWidth * kHeight);
     const Ondrel::BitmapContext context{pixels.data(), kWidth, kHeight, std::size_t{4} * kWidth};
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         Ondrel::Picture picture;
         if (picture.Read(file) != Ondrel::noErr || picture.Render(context) != Ondrel::noErr)
             return state.SkipWithError("drew no picture");
     }
     for (std::size_t x = 0; x < kWidth; ++x) {
-        if (pixels[4 * x + 1] != rows[x] || pixels[4 * x + 3] != rows[2 * kWidth + x])
+        if (pixels[4 * x + 1] != rows[x] || pixels[4 * x + 3] != rows[std::size_t{2} * kWidth + x])
             return state.SkipWithError("drew another picture");
     }
 }
@@ -304,7 +304,7 @@ void DrawPicture(benchmark::State& state) {
 void CopyPixels(benchmark::State& state) {
     const std::vector<unsigned char> from(std::size_t{4} * kWidth * kHeight, 1);
     std::vector<unsigned char> to(from.size());
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         std::memcpy(to.data(), from.data(), from.size());
         benchmark::DoNotOptimize(to.data());
     }

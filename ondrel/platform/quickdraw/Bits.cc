@@ -70,7 +70,8 @@ bool DrawBits(std::uint16_t opcode, PictureBytes& bytes, const State& state, Can
     if (!ReadCommand(opcode, bytes, &command)) return false;
     const RowLayout layout = LayoutOf(command.map, command.storage, command.colors);
     const int height = command.map.bounds.Height();
-    if (layout.size == 0) return height <= 0;
+    if (height <= 0) return true;
+    if (layout.size == 0) return false;
 
     Placement placement{command.map.bounds, layout.columns, command.source, {}, {}};
     if (!Place(state, canvas, command.destination, command.hasMask ? &command.mask : nullptr,

@@ -43,21 +43,21 @@ std::uint64_t Repeated(const std::uint8_t* unit) {
     return word * UINT64_C(0x0001000100010001);
 }
 
-// Moves a run in blocks of kBlock bytes, of which the last may go on behind its end, in what is
-// read as well. What a run is decides nothing but what is in its blocks, for it cannot be foretold.
+// Moves a run in blocks; what is read and written may go on behind its end, by less than a block.
+// What a short run is decides nothing but what is in its one block, for it cannot be foretold.
 template <std::size_t kUnit>
 void MoveRun(const Run& run, const std::uint8_t* from, std::uint8_t* to) {
     const std::uint64_t repeated = Repeated<kUnit>(from);
     const std::uint64_t mask = run.isRepeated ? ~UINT64_C(0) : 0;
     std::uint64_t block[kBlock / sizeof(std::uint64_t)];
-    std::size_t done = 0;
-    do {
-        std::memcpy(block, from + (run.isRepeated ? 0 : done), sizeof block);
-        block[0] = (block[0] & ~mask) | (repeated & mask);
-        block[1] = (block[1] & ~mask) | (repeated & mask);
-        std::memcpy(to + done, block, sizeof block);
-        done += sizeof block;
-    } while (done < run.length);
+    std::memcpy(block, from, kBlock);
+    block[0] = (block[0] & ~mask) | (repeated & mask);
+    block[1] = (block[1] & ~mask) | (repeated & mask);
+    std::memcpy(to, block, kBlock);
+    for (std::size_t done = kBlock; done < run.length; done += kBlock) {
+        if (!run.isRepeated) std::memcpy(block, from + done, kBlock);
+        std::memcpy(to + done, block, kBlock);
+    }
 }
 
 // Runs as long as the longest there are would fit, in the bytes and in the row.

@@ -46,7 +46,7 @@ class PackedRows {
         : packing_(packing),
           size_(packing == Packing::kWords ? size / 2 * 2 : size),
           countSize_(countedBytes > 250 ? 2 : 1),
-          row_(size) {}
+          row_(packing == Packing::kNone ? 0 : size) {}
 
     // Looks at the next rows, at most `rows`, to find out how their lengths are stored.
     void Explore(const PictureBytes& bytes, int rows);

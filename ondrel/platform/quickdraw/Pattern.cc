@@ -26,7 +26,8 @@ int PowerOfTwo(int length) {
 
 // Reads all rows; those beyond the tile are passed over.
 bool ReadRows(PictureBytes& bytes, const RowLayout& layout, int count, ColorTile* tile) {
-    if (layout.size == 0) return count <= 0;
+    if (count <= 0) return true;
+    if (layout.size == 0) return false;
     PackedRows rows(layout.packing, layout.size, layout.countedBytes);
     rows.Explore(bytes, count);
     for (int y = 0; y < count; ++y) {

@@ -6,6 +6,8 @@
 namespace Ondrel::QuickDraw {
 namespace {
 
+constexpr std::uint64_t kWorkOfBox = 4;
+
 // The source's pixel under the centre of a pixel of the destination: both count from 0.
 int UnderCentre(int pixel, int from, int to) {
     return static_cast<int>((2 * std::int64_t{pixel} + 1) * from / (2 * std::int64_t{to}));
@@ -48,8 +50,9 @@ bool Place(const State& state, Canvas& canvas, const Rect& rect, const Region* m
            Placement* placement) {
     placement->destination = state.mapping.Map(rect);
     placement->visible = Region(Intersection(placement->destination, canvas.Bounds()));
-    if (!canvas.Spend(state.clip.Boxes().size() + (mask == nullptr ? 0 : mask->Boxes().size())))
-        return false;
+    const std::size_t boxes =
+        state.clip.Boxes().size() + (mask == nullptr ? 0 : mask->Boxes().size());
+    if (!canvas.Spend(kWorkOfBox * boxes)) return false;
     placement->visible &= state.clip;
     if (mask != nullptr) placement->visible &= mask->Mapped(state.mapping);
     return true;
@@ -84,6 +87,7 @@ void RowPainter::PlaceColumns() {
         area_.right = std::min(area_.right, start + placement_.columns);
         return;
     }
+    if (!canvas_.Spend(2 * static_cast<std::uint64_t>(area_.Width()))) area_ = {};
     const auto column = [&](int x) {
         return shift + UnderCentre(x - placement_.destination.left, placement_.source.Width(),
                                    placement_.destination.Width());
@@ -92,6 +96,7 @@ void RowPainter::PlaceColumns() {
         ++area_.left;
     while (!area_.IsEmpty() && column(area_.right - 1) >= placement_.columns)
         --area_.right;
+    columns_.reserve(static_cast<std::size_t>(std::max(area_.Width(), 0)));
     for (int x = area_.left; x < area_.right; ++x)
         columns_.push_back(static_cast<std::size_t>(column(x)));
 }

@@ -376,7 +376,7 @@ TEST(Bits, RowsWithFewerPixelsThanTheBoundsLeaveTheRestAlone) {
 
 TEST(Bits, ThePictureIsOverWhenItsWorkIsUsedUp) {
     const Page page(4, 4);
-    Canvas canvas(4, 4, 3);  // one for the clip, one for each row
+    Canvas canvas(4, 4, 6);  // four for the clip, one for each row
     const std::string stored = BitMap(2, {0, 0, 4, 4}) + Bytes("F000 F000 F000 F000");
     PictureBytes bytes(stored);
     EXPECT_FALSE(DrawBits(kBitsRect, bytes, page.state, canvas));

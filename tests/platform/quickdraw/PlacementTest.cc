@@ -88,5 +88,21 @@ TEST(Placement, AClipOfManyPartsHoldsForScaledRowsToo) {
     EXPECT_EQ(Letters(page.canvas), "RR......|.RG.....|..MM..W.|...MK...|....GG..|.....GB.|");
 }
 
+// Each of these is a few bytes and asks for all columns of the canvas.
+TEST(Placement, ScalingToAWideCanvasIsWork) {
+    constexpr int kWidth = 30000;
+    Page page(kWidth, 1);
+    const std::string stored = Image({0, 0, 1, 1}, {0, 0, 1, kWidth});
+    PictureBytes bytes(stored);
+    EXPECT_TRUE(DrawBits(0x90, bytes, page.state, page.canvas));
+    EXPECT_LE(page.canvas.WorkLeft(), kEnoughWork - std::uint64_t{2} * kWidth);
+
+    Canvas canvas(kWidth, 1, kWidth);
+    bytes = PictureBytes(stored);
+    (void)DrawBits(0x90, bytes, page.state, canvas);
+    EXPECT_TRUE(canvas.IsExhausted());
+    EXPECT_EQ(canvas.Row(0)[0], 0U);
+}
+
 }  // namespace
 }  // namespace Ondrel::QuickDraw
