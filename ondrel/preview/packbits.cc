@@ -1,8 +1,8 @@
 // The PackBits encoder. A row is cut into runs of equal bytes and the stretches between them by
 // masks that tell where neighbours are equal (equalruns.h); the codes depend on nothing but the
-// row, wherever the buffer happens to be full. Short items, which are nearly all of a photograph's,
-// are written without a branch that depends on the bytes: what a processor guesses wrong costs more
-// than copying too much.
+// row, wherever the buffer happens to be full. Items that one code holds, which are nearly all of a
+// photograph's, are written without a branch that depends on the bytes: what a processor guesses
+// wrong costs more than copying too much.
 #include <algorithm>
 #include <bit>
 #include <climits>
@@ -16,9 +16,9 @@ namespace Ondrel {
 namespace {
 
 constexpr int kMostInCode = 128;  // bytes that one code can stand for
-constexpr int kShort = 64;        // bytes that are copied in one go
-constexpr int kReadAhead = EqualRuns::kPlaces + kShort;
-constexpr int kMostOfBlock = 2 * kReadAhead + kShort;  // codes of its short items, what they copy
+constexpr int kCopied = 64;       // bytes that are copied in one go
+constexpr int kReadAhead = EqualRuns::kPlaces + kMostInCode;
+constexpr int kMostOfBlock = 3 * kReadAhead;  // codes of its short items, and what they copy
 constexpr unsigned char kEndMark = 0x80;
 
 constexpr std::array<unsigned char, 256> MakeIdentity() {
@@ -117,6 +117,29 @@ class Items {
     std::uint64_t endsBehind_ = 0;
 };
 
+// The end of a row with room behind it, so that items there can be copied as all others are.
+class RowEnd {
+ public:
+    bool IsUsed() const { return isUsed_; }
+
+    // Moves what is left of the row, from the current item on; the pointers then lead here. Leaves
+    // all as it is when that is done, or the item is a long one.
+    void TakeOver(Item* item, const unsigned char** at, const unsigned char** end) {
+        if (isUsed_ || *at - item->bytes > kMostInCode) return;
+        const std::ptrdiff_t size = *end - item->bytes;
+        std::memcpy(bytes_, item->bytes, static_cast<std::size_t>(size));
+        std::memset(bytes_ + size, 0, kMostInCode);
+        *at = bytes_ + (*at - item->bytes);
+        *end = bytes_ + size;
+        item->bytes = bytes_;
+        isUsed_ = true;
+    }
+
+ private:
+    unsigned char bytes_[kMostInCode + kReadAhead + kMostInCode];
+    bool isUsed_ = false;
+};
+
 }  // namespace
 
 constinit const std::array<unsigned char, 256> KesPackBitsEncode::mNoRevTab = MakeIdentity();
@@ -143,6 +166,24 @@ class KesPackBitsEncode::Packer {
         if (item->isRun && (block.starts & ~block.runs) == 0)
             return AddShortRuns(place, block, item);
         return AddShortItems(place, block, item);
+    }
+
+    // Adds an item, and so many copies of its last byte.
+    void AddItem(const Item& item, const unsigned char* end, int copies) {
+        if (item.isRun || copies > 0)
+            AddRun(*item.bytes, std::int64_t{end - item.bytes} + copies);
+        else
+            AddStretch(item.bytes, static_cast<int>(end - item.bytes));
+    }
+
+    // Adds the items that end in a block, of any length.
+    [[gnu::noinline]] void AddEach(const unsigned char* place, const Items::Block& block,
+                                   Item* item) {
+        for (std::uint64_t starts = block.starts; starts != 0; starts &= starts - 1) {
+            const int bit = std::countr_zero(starts);
+            AddItem(*item, place + bit, 0);
+            *item = {place + bit, (block.runs >> bit & 1) != 0};
+        }
     }
 
     // A stretch of at least one byte, behind the row's start or a run.
@@ -213,9 +254,11 @@ class KesPackBitsEncode::Packer {
         for (; starts != 0; starts &= starts - 1) {
             const std::int64_t bit = std::countr_zero(starts);
             const std::int64_t more = place + bit - bytes - 1;
-            if (more >= kShort) break;
+            if (more >= kMostInCode) break;
             *out = static_cast<unsigned char>((more ^ run) - run);
-            std::memcpy(out + 1, bytes, kShort);
+            std::memcpy(out + 1, bytes, kCopied);
+            if (more >= kCopied) [[unlikely]]
+                std::memcpy(out + 1 + kCopied, bytes + kCopied, kCopied);
             out += 2 + (more & ~run);
             bytes += more + 1;
             run = -static_cast<std::int64_t>(runs >> bit & 1);
@@ -330,24 +373,17 @@ void KesPackBitsEncode::Encode(const unsigned char* data, int length, int extra)
     Packer packer(this);
     Items items(data, length, extra > 0);
     Item item{data, items.StartsWithRun()};
-    const auto add = [&](const unsigned char* end, int copies) {
-        if (item.isRun || copies > 0)
-            packer.AddRun(*item.bytes, std::int64_t{end - item.bytes} + copies);
-        else
-            packer.AddStretch(item.bytes, static_cast<int>(end - item.bytes));
-    };
-    for (int place = 0; place < length; place += EqualRuns::kPlaces) {
-        const Items::Block block = items.Next();
-        std::uint64_t starts = block.starts;
-        if (starts != 0 && length - place >= kReadAhead)
-            starts = packer.AddShort(data + place, block, &item);
-        for (; starts != 0; starts &= starts - 1) {
-            const int bit = std::countr_zero(starts);
-            add(data + place + bit, 0);
-            item = {data + place + bit, (block.runs >> bit & 1) != 0};
-        }
+    RowEnd rowEnd;
+    const unsigned char* at = data;
+    const unsigned char* end = data + length;
+    for (int left = length; left > 0; left -= EqualRuns::kPlaces, at += EqualRuns::kPlaces) {
+        Items::Block block = items.Next();
+        if (block.starts == 0) continue;
+        if (left < kReadAhead) rowEnd.TakeOver(&item, &at, &end);
+        if (left >= kReadAhead || rowEnd.IsUsed()) block.starts = packer.AddShort(at, block, &item);
+        if (block.starts != 0) packer.AddEach(at, block, &item);
     }
-    add(data + length, std::max(extra, 0));
+    packer.AddItem(item, end, std::max(extra, 0));
     cursor_ = packer.Cursor();
 }
 
