@@ -51,8 +51,16 @@ ImageRect Centred(const Image& image, int side) {
     return {(side - width) / 2, (side - height) / 2, width, height};
 }
 
+bool HasHalfTransparent(const std::vector<unsigned char>& pixels) {
+    unsigned between = 0;
+    for (std::size_t at = 0; at < pixels.size(); at += kPixel)
+        between |= (pixels[at] + 1U) & 0xFE;  // 0 for alpha 0 and 255
+    return between != 0;
+}
+
 // Alpha first, colours whole again.
 void Unpremultiply(std::vector<unsigned char>& pixels) {
+    if (!HasHalfTransparent(pixels)) return;
     for (std::size_t at = 0; at < pixels.size(); at += kPixel) {
         const unsigned alpha = pixels[at];
         if (alpha == 0 || alpha == 255) continue;

@@ -7,6 +7,7 @@
 
 #include <libdeflate.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -18,8 +19,7 @@
 namespace Ondrel {
 namespace {
 
-constexpr int kUnpacked = 0;
-constexpr int kPacked = 1;
+constexpr int kLevel = 1;
 constexpr std::string_view kSignature("\x89PNG\r\n\x1A\n", 8);
 constexpr std::string_view kEightBitsWithAlpha("\x08\x06\0\0\0",
                                                5);  // plainly packed, no interlace
@@ -54,36 +54,37 @@ std::uint32_t AlphaLast(std::uint32_t pixel) {
     return std::endian::native == std::endian::little ? std::rotr(pixel, 8) : std::rotl(pixel, 8);
 }
 
-// What a PNG file packs, and what tells whether packing it pays.
-struct FilteredRows {
-    std::string bytes;
-    std::size_t pixels = 0;
-    std::size_t repeated = 0;  // pixels that equal their left neighbours
-};
-
-// Answers how many pixels equal their left neighbours.
-std::size_t FilterRow(const unsigned char* row, std::size_t width, char* out) {
+void FilterRow(const unsigned char* row, std::size_t width, char* out) {
     *out++ = kFilterSub;
     const std::uint32_t first = AlphaLast(Load(row));
     std::memcpy(out, &first, kPixel);
-    std::uint32_t repeated = 0;
     for (std::size_t at = kPixel; at < width * kPixel; at += kPixel) {
         const std::uint32_t pixel = AlphaLast(Difference(Load(row + at), Load(row + at - kPixel)));
         std::memcpy(out + at, &pixel, kPixel);
-        repeated += pixel == 0 ? 1U : 0U;
     }
-    return repeated;
 }
 
-FilteredRows Filter(const Image& image) {
+std::size_t FilteredSize(const Image& image) {
+    return 1 + static_cast<std::size_t>(image.width) * kPixel;
+}
+
+const unsigned char* RowOf(const Image& image, std::size_t y) {
+    return image.pixels + y * image.rowBytes;
+}
+
+// At least half of the pixels equal their left neighbours.
+bool IsRepetitive(const Image& image) {
     const auto width = static_cast<std::size_t>(image.width);
     const auto height = static_cast<std::size_t>(image.height);
-    const std::size_t rowSize = 1 + width * kPixel;
-    FilteredRows rows{std::string(rowSize * height, '\0'), width * height};
-    for (std::size_t y = 0; y < height; ++y)
-        rows.repeated +=
-            FilterRow(image.pixels + y * image.rowBytes, width, rows.bytes.data() + y * rowSize);
-    return rows;
+    std::size_t repeated = 0;
+    for (std::size_t y = 0; y < height; ++y) {
+        const unsigned char* const row = RowOf(image, y);
+        std::uint32_t inRow = 0;
+        for (std::size_t at = kPixel; at < width * kPixel; at += kPixel)
+            inRow += Load(row + at) == Load(row + at - kPixel) ? 1U : 0U;
+        repeated += inRow;
+    }
+    return repeated >= width * height / 2;
 }
 
 // --- Chunks -------------------------------------------------------------------------------------
@@ -122,33 +123,80 @@ void AppendSize(const Image& image, std::string* png) {
     End(start, png);
 }
 
-std::string Packed(const std::string& bytes, int level) {
-    const Compressor compressor(libdeflate_alloc_compressor(level));
-    if (compressor == nullptr) throw std::bad_alloc();
-    std::string packed(libdeflate_zlib_compress_bound(compressor.get(), bytes.size()), '\0');
-    packed.resize(libdeflate_zlib_compress(compressor.get(), bytes.data(), bytes.size(),
-                                           packed.data(), packed.size()));
-    return packed;
-}
+// --- Pixels -------------------------------------------------------------------------------------
 
-void AppendPixels(const FilteredRows& rows, int level, std::string* png) {
+using Bytes = std::unique_ptr<char[]>;
+
+// All rows packed in one piece, and cut into chunks.
+void AppendPacked(const Image& image, std::string* png) {
     constexpr std::size_t kMostInChunk = std::size_t{1}
                                          << 30;  // the format has room for twice that
-    const std::string packed = Packed(rows.bytes, level);
-    for (std::size_t at = 0; at < packed.size(); at += kMostInChunk)
-        AppendChunk("IDAT", std::string_view(packed).substr(at, kMostInChunk), png);
+    const Compressor compressor(libdeflate_alloc_compressor(kLevel));
+    if (compressor == nullptr) throw std::bad_alloc();
+    const std::size_t rowSize = FilteredSize(image);
+    const std::size_t size = rowSize * static_cast<std::size_t>(image.height);
+    const std::size_t most = libdeflate_zlib_compress_bound(compressor.get(), size);
+    const Bytes rows = std::make_unique_for_overwrite<char[]>(size);
+    const Bytes packed = std::make_unique_for_overwrite<char[]>(most);
+    for (std::size_t y = 0; y < static_cast<std::size_t>(image.height); ++y)
+        FilterRow(RowOf(image, y), static_cast<std::size_t>(image.width), &rows[y * rowSize]);
+    const std::string_view all(packed.get(), libdeflate_zlib_compress(compressor.get(), rows.get(),
+                                                                      size, packed.get(), most));
+    for (std::size_t at = 0; at < all.size(); at += kMostInChunk)
+        AppendChunk("IDAT", all.substr(at, kMostInChunk), png);
 }
 
-template <class ChooseLevel>
-OSErr AppendFile(const Image& image, ChooseLevel chooseLevel, std::string* png) {
+// The most that a block holds which is stored as it is.
+constexpr std::size_t kMostInBlock = 0xFFFF;
+
+bool FitsBlock(const Image& image) {
+    constexpr std::size_t kMostBytes = std::size_t{1} << 30;  // one chunk holds all
+    const std::size_t rowSize = FilteredSize(image);
+    return rowSize <= kMostInBlock &&
+           static_cast<std::size_t>(image.height) <= kMostBytes / kMostInBlock;
+}
+
+// The rows as they are, in blocks of whole rows.
+//
+//   78 01            a zlib stream
+//   00 or 01         a block as it is; the last one
+//   length, ~length  2 bytes each, the low one first
+//   ...              the rows
+//   sum              Adler-32 of all rows, 4 bytes, the high one first
+void AppendUnpacked(const Image& image, std::string* png) {
+    const std::size_t rowSize = FilteredSize(image);
+    const std::size_t rowsInBlock = kMostInBlock / rowSize;
+    const auto height = static_cast<std::size_t>(image.height);
+    const std::size_t start = Begin("IDAT", png);
+    png->append("\x78\x01");
+    std::uint32_t sum = 1;
+    for (std::size_t y = 0; y < height; y += rowsInBlock) {
+        const std::size_t rows = std::min(rowsInBlock, height - y);
+        const std::size_t size = rows * rowSize;
+        const char head[] = {static_cast<char>(y + rows == height), static_cast<char>(size),
+                             static_cast<char>(size >> 8), static_cast<char>(~size),
+                             static_cast<char>(~size >> 8)};
+        png->append(head, sizeof head);
+        const std::size_t block = png->size();
+        png->resize(block + size);
+        for (std::size_t row = 0; row < rows; ++row)
+            FilterRow(RowOf(image, y + row), static_cast<std::size_t>(image.width),
+                      png->data() + block + row * rowSize);
+        sum = libdeflate_adler32(sum, png->data() + block, size);
+    }
+    Append32(sum, png);
+    End(start, png);
+}
+
+template <class AppendPixels>
+OSErr AppendFile(const Image& image, AppendPixels appendPixels, std::string* png) {
     if (!image.IsValid()) return paramErr;
     const std::size_t before = png->size();
     try {
-        const FilteredRows rows = Filter(image);
         png->append(kSignature);
         AppendSize(image, png);
         AppendChunk("sRGB", kPerceptual, png);
-        AppendPixels(rows, chooseLevel(rows), png);
+        appendPixels(image, png);
         AppendChunk("IEND", {}, png);
     } catch (const std::bad_alloc&) {
         png->resize(before);
@@ -160,15 +208,12 @@ OSErr AppendFile(const Image& image, ChooseLevel chooseLevel, std::string* png) 
 }  // namespace
 
 OSErr AppendPng(const Image& image, std::string* png) {
-    return AppendFile(
-        image, [](const FilteredRows&) { return kPacked; }, png);
+    return AppendFile(image, AppendPacked, png);
 }
 
 OSErr AppendQuickPng(const Image& image, std::string* png) {
-    const auto choose = [](const FilteredRows& rows) {
-        return rows.repeated >= rows.pixels / 2 ? kPacked : kUnpacked;
-    };
-    return AppendFile(image, choose, png);
+    const bool isPacked = image.IsValid() && (!FitsBlock(image) || IsRepetitive(image));
+    return AppendFile(image, isPacked ? AppendPacked : AppendUnpacked, png);
 }
 
 }  // namespace Ondrel

@@ -18,8 +18,11 @@ struct IconSquare {
     bool IsThere() const { return pixels != nullptr; }
     std::size_t RowBytes() const { return static_cast<std::size_t>(side) * 4; }
 
-    // It must outlive the image.
-    Image AsImage() const { return {pixels.get(), side, side, RowBytes(), AlphaInfo::kFirst}; }
+    // It must outlive the image. A pixel is opaque or zero, so that it is the same whether its
+    // colours are multiplied by alpha or not; such ones are drawn without a look at each.
+    Image AsImage() const {
+        return {pixels.get(), side, side, RowBytes(), AlphaInfo::kPremultipliedFirst};
+    }
 };
 
 // A 32-bit picture scaled to half its size (rounded down), opaque, at the top left of a square that
