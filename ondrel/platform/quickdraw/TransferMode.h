@@ -34,9 +34,9 @@ enum class TransferMode : std::uint8_t {
     kHilite = 50,
 };
 
-// The mode of a stored number; patterns' numbers give the mode of the same name. Those from 16 to 31
-// were never modes and draw nothing: pictures put what is for printers alone into mode 23. Any other
-// that is not known is kCopy.
+// The mode of a stored number; patterns' numbers give the mode of the same name. Those from 16 to
+// 31 were never modes and draw nothing: pictures put what is for printers alone into mode 23. Any
+// other that is not known is kCopy.
 TransferMode ModeFromStored(int stored);
 
 inline constexpr Pixel kDefaultHilite = 0xFFB3B3B3;
