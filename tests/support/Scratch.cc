@@ -6,7 +6,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
+#include <utility>
 
 namespace Ondrel::Testing {
 
@@ -48,7 +49,9 @@ std::string Scratch::MakeFolder(std::string_view name) const {
 std::string ReadAll(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in.good()) << "cannot read " << path;
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    std::ostringstream bytes;
+    bytes << in.rdbuf();
+    return std::move(bytes).str();
 }
 
 void WriteAll(const std::string& path, std::string_view bytes) {
