@@ -1,41 +1,26 @@
-// Reading packed pictures: the rows alone, and a whole picture.
-//
-// Rows: 750 of 3000 bytes, as a picture of 1000 x 750 in 32 bits has them, of noise, of one value,
-// and of a gradient whose values stay for one to nine bytes. The reader of rows beside libtiff's
-// decoder, both in memory, and beside the floor: copying as many bytes. What each makes of the rows
-// is compared before it is timed.
-//
-// The picture: read and drawn at its size, in process; and the same picture read from a file by
-// ImageMagick, GraphicsMagick and ffmpeg, as whole programs that write their result nowhere.
+// Unpacking the rows of pictures: 750 of 3000 bytes, as a picture of 1000 x 750 in 32 bits has
+// them, of noise, of one value, and of a gradient whose values stay for one to nine bytes. The
+// reader of rows beside libtiff's decoder, both in memory. What each makes of the rows is compared
+// before it is timed. The floor is the least code that unpacks: a code at a time, and without a
+// look at where the bytes end.
 #include <benchmark/benchmark.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "bench/RatioTable.h"
-#include "ondrel/platform/Pictures.h"
 #include "ondrel/platform/quickdraw/PackedRows.h"
 
 #ifdef BENCH_HAS_TIFF
 #include <tiffio.h>
 #endif
 
-extern char** environ;
-
 namespace Bench {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kWidth = 1000;
 constexpr int kHeight = 750;
@@ -125,16 +110,26 @@ std::string Packed(const Rows& rows, bool hasLengths) {
 
 class Floor {
  public:
-    explicit Floor(const Rows& rows) : from_(rows), to_(rows.size()) {}
+    explicit Floor(const Rows& rows) : packed_(Packed(rows, false)), to_(rows.size()) {}
 
     void Unpack() {
-        std::memcpy(to_.data(), from_.data(), from_.size());
+        const auto* at = reinterpret_cast<const unsigned char*>(packed_.data());
+        unsigned char* to = to_.data();
+        for (unsigned char* const end = to + to_.size(); to != end;) {
+            const unsigned code = *at++;
+            if (code < 128) {
+                to = std::copy_n(at, code + 1, to);
+                at += code + 1;
+            } else if (code > 128) {
+                to = std::fill_n(to, 257 - code, *at++);
+            }
+        }
         benchmark::DoNotOptimize(to_.data());
     }
     Rows Result() const { return to_; }
 
  private:
-    Rows from_;
+    std::string packed_;
     Rows to_;
 };
 
@@ -261,121 +256,6 @@ void RegisterReader(const std::string& contender) {
     add("G. unpack a gradient", UnpackRows<Contender, Gradient>);
 }
 
-// --- A whole picture ----------------------------------------------------------------------------
-
-fs::path folder;  // made by main
-
-std::string Rect(std::size_t bottom, std::size_t right) {
-    return Word(0) + Word(0) + Word(bottom) + Word(right);
-}
-
-// A file of version 2: its header, the clip, the image, the end.
-std::string PictureOf(const Rows& rows) {
-    const std::string all = Rect(kHeight, kWidth);
-    const std::string resolution = Word(72) + Word(0);
-    std::string picture(512, '\0');
-    picture += Word(0) + all + Word(0x11) + Word(0x2FF) + Word(0xC00) + Word(0xFFFE) + Word(0) +
-               resolution + resolution + all + Word(0) + Word(0);
-    picture += Word(1) + Word(10) + all;
-    picture += Word(0x9A) + Word(0) + Word(255) + Word(4 * kWidth | 0x8000) + all + Word(0) +
-               Word(4) + Word(0) + Word(0) + resolution + resolution + Word(16) + Word(32) +
-               Word(3) + Word(8) + std::string(12, '\0') + all + all + Word(0);
-    picture += Packed(rows, true);
-    if (picture.size() % 2 != 0) picture += '\0';
-    return picture + Word(0xFF);
-}
-
-void DrawPicture(benchmark::State& state) {
-    const Rows rows = Gradient();
-    const std::string file = PictureOf(rows);
-    std::vector<unsigned char> pixels(std::size_t{4} * kWidth * kHeight);
-    const Ondrel::BitmapContext context{pixels.data(), kWidth, kHeight, std::size_t{4} * kWidth};
-    while (state.KeepRunning()) {
-        Ondrel::Picture picture;
-        if (picture.Read(file) != Ondrel::noErr || picture.Render(context) != Ondrel::noErr)
-            return state.SkipWithError("drew no picture");
-    }
-    for (std::size_t x = 0; x < kWidth; ++x) {
-        if (pixels[4 * x + 1] != rows[x] || pixels[4 * x + 3] != rows[std::size_t{2} * kWidth + x])
-            return state.SkipWithError("drew another picture");
-    }
-}
-
-void CopyPixels(benchmark::State& state) {
-    const std::vector<unsigned char> from(std::size_t{4} * kWidth * kHeight, 1);
-    std::vector<unsigned char> to(from.size());
-    while (state.KeepRunning()) {
-        std::memcpy(to.data(), from.data(), from.size());
-        benchmark::DoNotOptimize(to.data());
-    }
-}
-
-bool RunProgram(std::vector<std::string> words) {
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    pid_t child = 0;
-    if (posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0)
-        return false;
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-void RegisterPicture(const std::string& contender, void (*run)(benchmark::State&)) {
-    benchmark::RegisterBenchmark(("G. decode a gradient/" + contender).c_str(), run)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
-}
-
-void RegisterProgram(const std::string& contender, const std::vector<std::string>& command) {
-    const auto run = [command](benchmark::State& state) {
-        for (auto _ : state)
-            if (!RunProgram(command)) return state.SkipWithError("the program failed");
-    };
-    benchmark::RegisterBenchmark(("G. decode a gradient/" + contender).c_str(), run)
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime();
-}
-
-// The processor's time is that of this process alone, and says nothing of other programs: they are
-// left out then.
-bool IsProcessorTime(int argc, char** argv) {
-    return std::any_of(argv + 1, argv + argc, [](const char* argument) {
-        return std::string_view(argument) == "--processor_time";
-    });
-}
-
-bool IsInstalled(const std::string& program) {
-    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
-}
-
-// Those that are installed; the others are named in `skipped`.
-void RegisterPrograms(std::vector<std::string>* contenders, std::vector<std::string>* skipped) {
-    const std::string file = (folder / "picture.pict").string();
-    std::ofstream(file, std::ios::binary) << PictureOf(Gradient());
-    const struct {
-        const char* name;
-        const char* program;
-        std::vector<std::string> command;
-    } programs[] = {
-        {"ImageMagick", "/usr/bin/convert", {"/usr/bin/convert", "pict:" + file, "null:"}},
-        {"GraphicsMagick", "gm", {"gm", "convert", "pict:" + file, "null:"}},
-        {"ffmpeg",
-         "ffmpeg",
-         {"ffmpeg", "-loglevel", "error", "-nostdin", "-i", file, "-f", "null", "-"}},
-    };
-    for (const auto& peer : programs) {
-        if (!IsInstalled(peer.program)) {
-            skipped->push_back(peer.name);
-            continue;
-        }
-        RegisterProgram(peer.name, peer.command);
-        contenders->push_back(peer.name);
-    }
-}
-
 }  // namespace
 }  // namespace Bench
 
@@ -391,13 +271,5 @@ int main(int argc, char** argv) {
 #else
     skipped.push_back("libtiff");
 #endif
-    RegisterPicture("floor", CopyPixels);
-    RegisterPicture("ondrel", DrawPicture);
-    folder = fs::canonical(fs::temp_directory_path()) /
-             ("ondrel-pictures-" + std::to_string(::getpid()));
-    fs::create_directory(folder);
-    if (!IsProcessorTime(argc, argv)) RegisterPrograms(&contenders, &skipped);
-    const int result = RunAndPrint(argc, argv, contenders, skipped);
-    fs::remove_all(folder);
-    return result;
+    return RunAndPrint(argc, argv, contenders, skipped);
 }

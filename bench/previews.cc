@@ -10,8 +10,6 @@
 // and the same picture written as PICT by ImageMagick and GraphicsMagick, as whole programs that
 // read it from a file without compression.
 #include <benchmark/benchmark.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,6 +23,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/Programs.h"
 #include "bench/RatioTable.h"
 #include "ondrel/core/FileSpec.h"
 #include "ondrel/preview/drapix.h"
@@ -40,8 +39,6 @@
 #ifdef BENCH_HAS_NETPBM
 #include "bench/NetpbmRow.h"
 #endif
-
-extern char** environ;
 
 namespace Bench {
 namespace {
@@ -360,26 +357,13 @@ void WritePreview(benchmark::State& state) {
         state.SkipWithError("wrote no preview");
 }
 
-bool RunProgram(std::vector<std::string> words) {
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    pid_t child = 0;
-    if (posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0)
-        return false;
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 void RegisterProgram(const std::string& contender, const std::vector<std::string>& command) {
     const auto run = [command](benchmark::State& state) {
         std::vector<std::string> words = command;
         words.push_back((folder / "picture.ppm").string());
         words.push_back("pict:" + (folder / "picture.pict").string());
         for (auto _ : state)
-            if (!RunProgram(words)) return state.SkipWithError("the program failed");
+            if (!OutputOf(words).has_value()) return state.SkipWithError("the program failed");
     };
     benchmark::RegisterBenchmark(("G. write a preview/" + contender).c_str(), run)
         ->Unit(benchmark::kMillisecond)
@@ -392,10 +376,6 @@ bool IsProcessorTime(int argc, char** argv) {
     return std::any_of(argv + 1, argv + argc, [](const char* argument) {
         return std::string_view(argument) == "--processor_time";
     });
-}
-
-bool IsInstalled(const std::string& program) {
-    return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 }  // namespace

@@ -3,21 +3,15 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "ondrel/platform/Pictures.h"
 #include "ondrel/platform/Png.h"
+#include "tests/support/Scratch.h"
 
 namespace Ondrel::Testing {
 namespace {
 
 constexpr std::size_t kPixelBytes = 4;
-
-std::string FileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 }  // namespace
 
@@ -60,7 +54,7 @@ OSErr DrawPicture(std::string_view bytes, Raster* drawn) {
 
 std::optional<Raster> ReadReference(const std::string& path) {
     PngPicture png;
-    if (path.empty() || ReadPng(FileBytes(path), &png) != noErr) return std::nullopt;
+    if (path.empty() || ReadPng(ReadAll(path), &png) != noErr) return std::nullopt;
     Raster raster(png.width, png.height);
     const ImageRect whole{0, 0, png.width, png.height};
     if (DrawImage(raster.AsContext(), whole, png.AsImage()) != noErr) return std::nullopt;

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -17,6 +16,7 @@
 #include "ondrel/platform/quickdraw/Text.h"
 #include "tests/platform/quickdraw/CorpusPictures.h"
 #include "tests/support/Corpus.h"
+#include "tests/support/Scratch.h"
 
 namespace Ondrel::Testing {
 namespace {
@@ -28,11 +28,6 @@ constexpr int kCellHeight = 400;
 constexpr int kGap = 8;
 constexpr int kLabel = 16;
 constexpr int kGray = 0xC0;
-
-std::string FileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 void WritePng(const Raster& raster, const std::string& path) {
     std::string png;
@@ -172,7 +167,7 @@ int Run(int count, char** arguments) {
     int number = 0;
     for (const CorpusFile& file : files) {
         Raster drawn;
-        const OSErr code = DrawPicture(FileBytes(file.path), &drawn);
+        const OSErr code = DrawPicture(ReadAll(file.path), &drawn);
         const auto reference = ReadReference(file.reference);
         const std::string name = std::filesystem::path(file.name).stem().string();
         std::string label = std::to_string(++number);
