@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
         "%.2f ms (medians of 200).\n\n",
         Median(without), Median(with));
     std::printf(
-        "| library | relative relocations | symbols | calls bound when first made | static "
+        "| library | relative relocations | symbols | calls bound at the start | static "
         "initialisers |\n|---|---:|---:|---:|---:|\n");
     PrintLibrary(argv[3]);
     PrintLibrary(argv[4]);

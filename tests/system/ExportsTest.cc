@@ -2,27 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/system/CommandLines.h"
+
 namespace Ondrel::Testing {
 namespace {
-
-std::vector<std::string> LinesOf(const std::string& command) {
-    std::vector<std::string> lines;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::string text;
-    for (int c; pipe != nullptr && (c = std::getc(pipe.get())) != EOF;)
-        text += static_cast<char>(c);
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 // The names that a library exports, readable: "Ondrel::filpos(Ondrel::fil*)".
 std::vector<std::string> ExportsOf(const std::string& library) {
