@@ -91,13 +91,25 @@ std::vector<unsigned short> NameOf(const filref& ref) {
     return text;
 }
 
-// Hands the items of a batch out. One that has gone since is passed over.
-void HandOut(const FSRef* refs, std::size_t count,
+bool HasGone(const FSRef& ref) {
+    std::string path;
+    const OSErr code = FSRefMakePath(&ref, &path);
+    return code == fnfErr || code == dirNFErr;
+}
+
+// Hands the items of a batch out. One that has gone since is passed over; false when the path of
+// another one could not be had.
+bool HandOut(const FSRef* refs, std::size_t count,
              const std::function<int(const std::string&)>& callback) {
+    bool complete = true;
     for (std::size_t i = 0; i < count; ++i) {
         std::string path;
-        if (FileSpec(refs[i]).GetFullPath(path)) callback(path);
+        if (FileSpec(refs[i]).GetFullPath(path))
+            callback(path);
+        else
+            complete = HasGone(refs[i]) && complete;
     }
+    return complete;
 }
 
 }  // namespace
@@ -147,11 +159,12 @@ int SearchVolume(filref& ref, std::function<int(const std::string&)> callback) {
     block.searchParams = &params;
 
     OSErr code = noErr;
+    bool complete = true;
     while (code == noErr) {
         code = PBCatalogSearchSync(&block);
-        HandOut(refs.data(), block.actualItems, callback);
+        complete = HandOut(refs.data(), block.actualItems, callback) && complete;
     }
-    return code == errFSNoMoreItems ? 0 : -2;
+    return complete && code == errFSNoMoreItems ? 0 : -2;
 }
 
 // NOLINTEND(performance-unnecessary-value-param)
