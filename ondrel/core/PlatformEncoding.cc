@@ -103,10 +103,11 @@ Converted<Unit> ConvertAll(UConverter* converter, const From* text, std::size_t 
     for (std::size_t room = 2 * size + 16;; room *= 2) {
         result.text.resize(room);
         result.places.resize(room);
+        const From* from = text;
         Unit* to = result.text.data();
         UErrorCode status = U_ZERO_ERROR;
         ucnv_reset(converter);
-        convert(converter, &to, to + room, &text, text + size, result.places.data(), true, &status);
+        convert(converter, &to, to + room, &from, text + size, result.places.data(), true, &status);
         if (status == U_BUFFER_OVERFLOW_ERROR) continue;
         result.text.resize(static_cast<std::size_t>(to - result.text.data()));
         result.places.resize(result.text.size());

@@ -139,6 +139,21 @@ TEST(PlatformEncoding, AMultiByteEncodingIsNeverCutWithinACharacter) {
               "?a");
 }
 
+TEST(PlatformEncoding, ATextOfThreeBytesALetterIsConvertedWhole) {
+    const LocaleScope locale("ja_JP", "EUC-JP");
+    if (!locale.IsSet()) GTEST_SKIP() << "no locale in EUC-JP can be made here";
+    constexpr std::size_t kLetters = 200;
+    std::string text;
+    std::string encoded;
+    for (std::size_t i = 0; i < kLetters; ++i) {
+        text += "\xC3\xA6";
+        encoded += Bytes("8FA9C1");
+    }
+    EXPECT_EQ(Hex(ToPlatform(text.c_str())), Hex(encoded));
+    EXPECT_EQ(Hex(ToPlatform(text.c_str(), 3 * kLetters)), Hex(encoded.substr(3)));
+    EXPECT_EQ(FromPlatform(encoded), text);
+}
+
 TEST(PlatformEncoding, AChangeOfTheLocaleIsFollowed) {
     {
         const LocaleScope locale("en_US", "ISO-8859-1");
