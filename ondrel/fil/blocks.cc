@@ -62,7 +62,11 @@ int WriteStraight(fil* f, const unsigned char* src, int n) {
 
 }  // namespace
 
-int filrea(fil* f, unsigned char* dst, int n) {
+// Programs that take their addresses, or were built when they were no inline ones, find them here.
+[[gnu::used]] int filrea(fil* f, unsigned char* dst, int n);
+[[gnu::used]] int filwri(fil* f, const unsigned char* src, int n);
+
+int filreasub(fil* f, unsigned char* dst, int n) {
     if (!CheckOpen(f, kFilModeRead) || n < 0) return -1;
     while (n > f->count) {
         const int left = f->count > 0 ? f->count : 0;
@@ -80,7 +84,7 @@ int filrea(fil* f, unsigned char* dst, int n) {
     return 0;
 }
 
-int filwri(fil* f, const unsigned char* src, int n) {
+int filwrisub(fil* f, const unsigned char* src, int n) {
     if (!CheckOpen(f, kFilModeWrite) || n < 0) return -1;
     if (n == 0) return 0;
     if (f->count < 1) return Fail(f->sys->errorContext, -1);  // latched, and nothing free

@@ -181,6 +181,11 @@ ONDREL_EXPORT int filwri16sub(fil* f, int value);
 ONDREL_EXPORT int filwri32sub(fil* f, int value);
 ONDREL_EXPORT bool fileofsub(fil* f);
 
+// The same of the blocks and of the move: these take any stream, in any state.
+ONDREL_EXPORT int filreasub(fil* f, unsigned char* dst, int n);
+ONDREL_EXPORT int filwrisub(fil* f, const unsigned char* src, int n);
+ONDREL_EXPORT int filpossub(fil* f, int position);
+
 // Read a value: 0 to 255, 0 to 65535, or 32 bits as a signed int; -3 at the end of the file, else
 // -1. A stored 32-bit value can look like a failure: arm an error context where that matters.
 inline int filrea8(fil* f);
@@ -198,8 +203,8 @@ inline bool fileof(fil* f);
 
 // Blocks of `n` bytes: 0 or a negative result. A negative `n` gives -1 and 0 touches nothing. Bytes
 // that arrived before a failure stay in `dst`; bytes taken before a failure stay written.
-ONDREL_EXPORT int filrea(fil* f, unsigned char* dst, int n);
-ONDREL_EXPORT int filwri(fil* f, const unsigned char* src, int n);
+ONDREL_EXPORT inline int filrea(fil* f, unsigned char* dst, int n);
+ONDREL_EXPORT inline int filwri(fil* f, const unsigned char* src, int n);
 
 // The size of the data fork on disk, without what is still in the buffers, or -1.
 ONDREL_EXPORT int filgeteof(fil* f);
@@ -212,7 +217,7 @@ ONDREL_EXPORT int filpos(fil* f);
 // Moves there, and clears a latched error. Reading: -3 behind the end of the file. Writing: a move
 // behind the data leaves a gap. A negative position latches -40 and gives -1; nothing buffered is
 // lost.
-ONDREL_EXPORT int filpos(fil* f, int position);
+ONDREL_EXPORT inline int filpos(fil* f, int position);
 
 // The size of the data fork. While writing, what is still in the buffers may not count. -1 when it
 // cannot be had, and while a failed write is latched, which this call never clears.

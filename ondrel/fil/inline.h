@@ -1,6 +1,8 @@
 // The fast paths of the streams: a decrement, a test and a byte access on `cursor` and `count`, and
-// nothing else. The slow paths depend on `count` having been decreased first. The last part of
-// fil.h, which includes it at its end: include that.
+// nothing else; the slow paths depend on `count` having been decreased first. Beside them stand
+// blocks and moves within the buffer, which look at the stream's mode as well; bytes that are left
+// in a buffer tell that there is a record. The last part of fil.h, which includes it at its end:
+// include that.
 //
 // How they are written decides their speed. Both fields are worked on as local copies and stored
 // last, on both paths: a loop of calls then keeps them in registers and only stores them. Were the
@@ -10,6 +12,7 @@
 #define ONDREL_FIL_INLINE_H
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -101,6 +104,51 @@ inline int filwri32(fil* f, int value) {
 
 inline bool fileof(fil* f) {
     return f->count > 0 ? false : fileofsub(f);
+}
+
+// Longer ones are left to the C library's copying, which knows the processor: a length that the
+// compiler knows would make it copy them by itself.
+inline constexpr int kFilInlineBlock = 64;
+
+inline int filrea(fil* f, unsigned char* dst, int n) {
+    if (n > 0 && n <= kFilInlineBlock && n <= f->count && f->sys->mode == kFilModeRead) [[likely]] {
+        std::memcpy(dst, f->cursor, static_cast<std::size_t>(n));
+        f->cursor += n;
+        f->count -= n;
+        return 0;
+    }
+    return filreasub(f, dst, n);
+}
+
+inline int filwri(fil* f, const unsigned char* src, int n) {
+    if (n > 0 && n <= kFilInlineBlock && n < f->count && f->sys->mode == kFilModeWrite) [[likely]] {
+        std::memcpy(f->cursor, src, static_cast<std::size_t>(n));
+        f->cursor += n;
+        f->count -= n;
+        return 0;
+    }
+    return filwrisub(f, src, n);
+}
+
+// While bytes are left to read and nothing is latched, the buffer's valid bytes end where they end.
+// The buffer's own start is left to the slow path: a cursor there would stand for the end of the
+// buffer before it.
+inline int filpos(fil* f, int position) {
+    sysinfrec* const sys = f->sys;
+    unsigned char* const cursor = f->cursor;
+    const int count = f->count;
+    if (count > 0 && sys->mode == kFilModeRead && sys->error == noErr) [[likely]] {
+        const bool second = cursor > sys->buffer2;
+        unsigned char* const buffer = second ? sys->buffer2 : sys->buffer1;
+        const int start = second ? sys->position2 : sys->position1;
+        const int valid = static_cast<int>(cursor - buffer) + count;
+        if (position > start && position - start <= valid) [[likely]] {
+            f->cursor = buffer + (position - start);
+            f->count = valid - (position - start);
+            return 0;
+        }
+    }
+    return filpossub(f, position);
 }
 
 }  // namespace Ondrel

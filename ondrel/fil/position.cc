@@ -1,4 +1,4 @@
-// The stream's position: where it is, and moves within and between the buffers.
+// The stream's position: where it is, and the slow path of moves, within and between the buffers.
 #include <algorithm>
 
 #include "ondrel/fil/record.h"
@@ -69,7 +69,7 @@ int Jump(fil* f, Side here, int position) {
     return 0;
 }
 
-// Within one of the buffers; most moves are. A move to the buffer's own start would leave the
+// Within one of the buffers. A move to the buffer's own start would leave the
 // cursor where the other buffer ends, and one that has no position has none before `position`.
 inline int MoveReading(fil* f, int position, int start, unsigned char* buffer,
                        const FSForkIOParam& request, const FSForkIOParam& other) {
@@ -119,6 +119,9 @@ bool HasPosition(const fil* f) {
 
 }  // namespace
 
+// As in blocks.cc.
+[[gnu::used]] int filpos(fil* f, int position);
+
 int filpos(fil* f) {
     if (!HasPosition(f)) return -1;
     const bool writing = (f->sys->mode & kFilModeWrite) != 0;
@@ -127,7 +130,7 @@ int filpos(fil* f) {
     return here.Position() + static_cast<int>(f->cursor - here.Start());
 }
 
-int filpos(fil* f, int position) {
+int filpossub(fil* f, int position) {
     sysinfrec* const sys = f->sys;
     if (sys != nullptr && (sys->mode & kFilModeRead) != 0) [[likely]] {
         sys->error = noErr;

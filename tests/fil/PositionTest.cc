@@ -1,6 +1,10 @@
 // Positions, sizes and length markers.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <climits>
 
+#include "ondrel/fil/direct.h"
 #include "ondrel/fil/safesave.h"
 #include "tests/fil/StreamTest.h"
 #include "tests/support/FaultPlan.h"
@@ -52,6 +56,102 @@ TEST_F(PositionTest, MovesInsideTheBufferMakeNoTransfer) {
     EXPECT_EQ(filpos(&f, 16383), 0);
     EXPECT_EQ(filrea8(&f), PatternByte(16383));
     EXPECT_EQ(count.Calls(), 0);
+}
+
+// Through the buffers, which a long block would pass by.
+void SkipBytes(fil* f, int size) {
+    for (int i = 0; i < size; ++i)
+        (void)filrea8(f);
+}
+
+// Around both ends of what a buffer holds, from each buffer: the byte is the right one, the
+// position is the true one, and a transfer is made only where the target lies outside of the buffer
+// or at its very start.
+TEST_F(PositionTest, MovesAroundTheEndsOfABufferLeadToTheirBytes) {
+    constexpr int kSize = 5 * kFilBufferSize;
+    for (const int start : {kFilBufferSize, 2 * kFilBufferSize}) {
+        const int end = start + kFilBufferSize;
+        for (const int target : {start - 1, start, start + 1, end - 4, end - 1, end, end + 1}) {
+            for (const int from : {start + 1, start + 5000, end - 1}) {
+                SCOPED_TRACE("from " + std::to_string(from) + " to " + std::to_string(target));
+                fil f;
+                OpenPattern(&f, kSize);
+                SkipBytes(&f, from);
+                const bool within = target > start && target <= end;
+                FaultPlan count(1000000, EIO);
+                EXPECT_EQ(filpos(&f, target), 0);
+                EXPECT_EQ(count.Calls(), within ? 0 : 1);
+                EXPECT_EQ(filpos(&f), target);
+                EXPECT_EQ(filrea8(&f), PatternByte(target));
+                EXPECT_EQ(filrea8(&f), PatternByte(target + 1));
+                filclo(&f);
+            }
+        }
+    }
+}
+
+TEST_F(PositionTest, AMoveWithBytesLeftForgetsWhatIsLatched) {
+    fil f;
+    OpenPattern(&f, 20000);
+    SkipBytes(&f, 19000);
+    EXPECT_EQ(f.sys->error, eofErr) << "the last buffer is a short one";
+    EXPECT_EQ(filpos(&f, 18000), 0);
+    EXPECT_EQ(f.sys->error, noErr);
+    f.sys->error = paramErr;
+    EXPECT_EQ(filpos(&f, 17000), 0);
+    EXPECT_EQ(f.sys->error, noErr);
+    EXPECT_EQ(filrea8(&f), PatternByte(17000));
+    EXPECT_EQ(filpos(&f, 19999), 0);
+    EXPECT_EQ(filrea8(&f), PatternByte(19999));
+    EXPECT_EQ(filrea8(&f), -3);
+}
+
+TEST_F(PositionTest, AFailedReadAheadIsMadeAgainByAMoveBack) {
+    fil f;
+    OpenPattern(&f, 40000);
+    SkipBytes(&f, kFilBufferSize);
+    {
+        FaultPlan failing(1, EIO, "preadv2", -1);
+        EXPECT_EQ(filrea8(&f), -1);
+        EXPECT_EQ(filpos(&f), kFilBufferSize);
+    }
+    EXPECT_EQ(filpos(&f, 100), 0);
+    EXPECT_EQ(filrea8(&f), PatternByte(100));
+    EXPECT_EQ(filpos(&f, kFilBufferSize - 1), 0);
+    EXPECT_EQ(filrea16(&f), PatternByte(kFilBufferSize - 1) << 8 | PatternByte(kFilBufferSize));
+}
+
+TEST_F(PositionTest, AMoveOfAStreamThatReadsAndWritesNeitherGivesMinus1) {
+    WritePattern("a", 100);
+    fil f;
+    ASSERT_EQ(filasyope(&f, Ref("a"), true), 0);
+    filasycacbeg(&f, 1000);
+    for (const int target : {-1, 0, 1, 50, INT_MAX}) {
+        EXPECT_EQ(filpos(&f, target), -1);
+        EXPECT_EQ(f.sys->error, noErr);
+    }
+    EXPECT_EQ(filasywri(&f, 1, AsBytes("xyz"), 3), 0);
+    EXPECT_EQ(filpos(&f, 1), -1);
+    filasycacend();
+    filclo(&f);
+    EXPECT_EQ(Contents("a").substr(1, 3), "xyz");
+}
+
+// A sum of 32 bits would take it for a byte that the buffer holds.
+TEST_F(PositionTest, ANegativeTargetIsRefusedAlsoWhereTheBufferReachesPastTheLastPosition) {
+    const int descriptor = ::open(Path("a").c_str(), O_CREAT | O_WRONLY, 0666);
+    ASSERT_GE(descriptor, 0);
+    ASSERT_EQ(::ftruncate(descriptor, (off_t{1} << 31) + 100000), 0);
+    ::close(descriptor);
+    fil f;
+    ASSERT_EQ(filope(&f, nullptr, Ref("a")), 0);
+    ASSERT_EQ(filpos(&f, INT_MAX - 1), 0);
+    EXPECT_GT(f.count, 10000);
+    for (const int target : {INT_MIN, INT_MIN + 1, INT_MIN + 5000}) {
+        EXPECT_EQ(filpos(&f, target), -1);
+        EXPECT_EQ(f.sys->error, posErr);
+        ASSERT_EQ(filpos(&f, INT_MAX - 1), 0);
+    }
 }
 
 TEST_F(PositionTest, TheStartIsReadAgain) {

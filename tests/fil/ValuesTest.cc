@@ -319,6 +319,52 @@ TEST_F(ValuesTest, BlocksOfEverySizeAroundTheBufferRoundTrip) {
     }
 }
 
+TEST_F(ValuesTest, ShortBlocksAtTheEndOfABufferRoundTrip) {
+    for (const int size : {1, 4, 63, 64, 65}) {
+        for (int before = kFilBufferSize - size - 1; before <= kFilBufferSize - size + 1;
+             ++before) {
+            SCOPED_TRACE(std::to_string(size) + " bytes behind " + std::to_string(before));
+            const std::string bytes = WritePattern("pattern", before + size);
+            fil f;
+            Create(&f, "a");
+            ASSERT_EQ(filwri(&f, AsBytes(bytes), before), 0);
+            ASSERT_EQ(filwri(&f, AsBytes(bytes) + before, size), 0);
+            const bool filled = before + size >= kFilBufferSize;
+            EXPECT_EQ(filgeteof(&f), filled ? kFilBufferSize : 0) << "a full buffer is written";
+            ASSERT_EQ(filclo(&f), 0);
+            EXPECT_EQ(Contents("a"), bytes);
+
+            Open(&f, "a");
+            std::string read(bytes.size(), '\0');
+            auto* const out = reinterpret_cast<unsigned char*>(read.data());
+            ASSERT_EQ(filrea(&f, out, before), 0);
+            ASSERT_EQ(filrea(&f, out + before, size), 0);
+            EXPECT_EQ(read, bytes);
+            EXPECT_EQ(filrea(&f, out, 1), -3);
+            filclo(&f);
+        }
+    }
+}
+
+TEST_F(ValuesTest, BlocksInTheWrongDirectionTouchNothingHoweverShort) {
+    scratch_.Write("a", "0123456789");
+    unsigned char bytes[] = "abc";
+    fil f;
+    Open(&f, "a");
+    ASSERT_EQ(filrea8(&f), '0');
+    EXPECT_EQ(filwri(&f, bytes, 3), -1);
+    EXPECT_EQ(filrea8(&f), '1');
+    filclo(&f);
+    Create(&f, "b");
+    ASSERT_EQ(filwri8(&f, 'x'), 0);
+    EXPECT_EQ(filrea(&f, bytes, 3), -1);
+    EXPECT_STREQ(reinterpret_cast<const char*>(bytes), "abc");
+    EXPECT_EQ(filclo(&f), 0);
+    EXPECT_EQ(Contents("b"), "x");
+    EXPECT_EQ(Messages(),
+              std::vector<std::string>({"File not open for write.", "File not open for read."}));
+}
+
 TEST_F(ValuesTest, ABlockThatFillsTheBufferWritesItAtOnce) {
     const std::string block(16384, 'b');
     fil f;
