@@ -173,11 +173,11 @@ class alignas(64) Streams {
         return Mark(text.data(), text.size());
     }
     std::uint64_t GetEnded(char end) {
-        char text[kRoom];
+        char text[kRoom + 1];  // a line's end needs room beside the longest one
         if (end == 0)
-            Ondrel::filreastrnul(&f_, text, kRoom);
+            Ondrel::filreastrnul(&f_, text, sizeof text);
         else
-            Ondrel::filreastr(&f_, text, kRoom + 1);
+            Ondrel::filreastr(&f_, text, sizeof text);
         return Mark(text, std::strlen(text));
     }
 

@@ -1,10 +1,12 @@
-// Texts that an ending byte closes: lines and NUL-terminated strings. The caller's buffer is
-// terminated before every read that may fail, so that it holds the text so far also when the
-// failure is raised.
+// Texts that an ending byte closes: lines and NUL-terminated strings. What lies in the stream's
+// buffer is moved in blocks; whatever these leave is searched for its end and copied. The caller's
+// buffer is terminated before every read that may fail, so that it holds the text so far also when
+// the failure is raised.
 #include <algorithm>
 
 #include "ondrel/records/streamruns.h"
 #include "ondrel/records/strings.h"
+#include "ondrel/records/textblocks.h"
 
 namespace Ondrel {
 
@@ -15,7 +17,10 @@ namespace {
 // A caller's buffer; what does not fit is dropped.
 class Storage {
  public:
-    Storage(char* buffer, int size) : next_(buffer), room_(std::max(size - 1, 0)) { *next_ = 0; }
+    Storage(char* buffer, int size) : next_(buffer), room_(RoomFor(size)) { *next_ = 0; }
+
+    // The bytes that a buffer holds beside a NUL.
+    static int RoomFor(int size) { return size < 1 ? 0 : size - 1; }
 
     int Room() const { return room_; }
 
@@ -57,10 +62,16 @@ void PassLineFeed(fil* f) {
     }
 }
 
-}  // namespace
+// Moves what blocks can take. A text that did not end goes on behind its `length`.
+template <unsigned char... kEnds>
+MovedText TakeBlocks(fil* f, char* buffer, int size) {
+    const MovedText text = MoveText<kEnds...>(f->cursor, f->count, buffer, Storage::RoomFor(size));
+    Consume(f, text.end < 0 ? text.length : text.length + 1);
+    return text;
+}
 
-int filreastr(fil* f, char* buffer, int size) {
-    Storage line(buffer, size);
+// The rest of a line that LF alone ends.
+[[gnu::noinline]] int ReadLine(fil* f, Storage line) {
     while (line.Room() > 0) {
         if (const int failure = Refill(f); failure < 0) return failure;
         const int window = std::min(f->count, line.Room());
@@ -75,19 +86,34 @@ int filreastr(fil* f, char* buffer, int size) {
     return 0;
 }
 
+// The rest of any other text: as ReadUntil.
+template <typename Find>
+[[gnu::noinline]] int ReadText(fil* f, const Find& find, Storage text) {
+    return ReadUntil(f, find, [&text](const unsigned char* bytes, int n) { text.Add(bytes, n); });
+}
+
+}  // namespace
+
+int filreastr(fil* f, char* buffer, int size) {
+    const MovedText text = TakeBlocks<'\n'>(f, buffer, size);
+    if (text.end >= 0) return 0;
+    return ReadLine(f, Storage(buffer + text.length, size - text.length));
+}
+
 int filreacrlf(fil* f, char* buffer, int size) {
-    Storage line(buffer, size);
-    const int end = ReadUntil(f, FindLineEnd,
-                              [&line](const unsigned char* bytes, int n) { line.Add(bytes, n); });
+    const MovedText text = TakeBlocks<'\n', '\r'>(f, buffer, size);
+    const int end =
+        text.end >= 0 ? text.end
+                      : ReadText(f, FindLineEnd, Storage(buffer + text.length, size - text.length));
     if (end < 0) return end;
     if (end == '\r') PassLineFeed(f);
     return 0;
 }
 
 int filreastrnul(fil* f, char* buffer, int size) {
-    Storage text(buffer, size);
-    return ReadUntil(f, FindNul,
-                     [&text](const unsigned char* bytes, int n) { text.Add(bytes, n); });
+    const MovedText text = TakeBlocks<0>(f, buffer, size);
+    if (text.end >= 0) return 0;
+    return ReadText(f, FindNul, Storage(buffer + text.length, size - text.length));
 }
 
 }  // namespace Ondrel

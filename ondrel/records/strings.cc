@@ -57,7 +57,7 @@ int ReadInSteps(fil* f, int length, int firstStep, std::string& text) {
 
 // Where a cut string is raised, its memory grows with what the document holds; where it is
 // returned, it has the declared length anyway.
-std::string ReadAcrossBuffers(fil* f, int length) {
+[[gnu::noinline]] std::string ReadAcrossBuffers(fil* f, int length) {
     constexpr int kFirstStep = 4 * kFilBufferSize;
     errtyp* context = nullptr;
     int failure = 0;

@@ -125,6 +125,39 @@ TEST(Lines, TextsAcrossTheBuffersReadAsWithinThem) {
     }
 }
 
+// What a byte at a time would give: texts of every length around the blocks that they are moved in,
+// into buffers of every size around them.
+TEST(Lines, TextsOfEveryLengthReadAsBytesWould) {
+    const struct {
+        Reader read;
+        char end;
+    } readers[] = {{filreastr, '\n'}, {filreacrlf, '\r'}, {filreastrnul, 0}};
+    for (const auto& reader : readers) {
+        for (int length = 0; length <= 70; ++length) {
+            std::string text;
+            for (int i = 0; i < length; ++i)
+                text += static_cast<char>(0x80 + i);
+            const Document document(text + reader.end + "next" + reader.end +
+                                    std::string(100, 'p'));
+            for (int size = 2; size <= 80; ++size) {
+                SCOPED_TRACE(std::to_string(length) + " bytes into " + std::to_string(size));
+                fil f;
+                document.Open(&f);
+                char buffer[160];
+                std::fill(std::begin(buffer), std::end(buffer), '#');
+                const int stored = std::min(length, size - 1);
+                EXPECT_EQ(reader.read(&f, buffer, size), 0);
+                EXPECT_EQ(std::string(buffer), text.substr(0, static_cast<std::size_t>(stored)));
+                EXPECT_EQ(std::string(buffer + stored + 1, std::end(buffer)),
+                          std::string(sizeof buffer - static_cast<std::size_t>(stored) - 1, '#'));
+                const bool leavesRest = reader.read == filreastr && length >= size - 1;
+                EXPECT_EQ(filpos(&f), leavesRest ? stored : length + 1);
+                EXPECT_EQ(filclo(&f), 0);
+            }
+        }
+    }
+}
+
 TEST(Lines, TheEndOfTheFileIsRaisedWithTheTextInTheBuffer) {
     for (const Reader read : {Reader(filreastr), Reader(filreacrlf), Reader(filreastrnul)}) {
         const Document document("abc");
