@@ -25,10 +25,20 @@ inline bool StartsWithAscii8(const unsigned char* text) {
     return (bytes & 0x8080808080808080ULL) == 0;
 }
 
-inline bool StartsWithAscii8(const unsigned short* text) {
+// Whether none of eight units has a bit of `mask`, which is a unit's four times.
+inline bool HaveNone8(const unsigned short* text, std::uint64_t mask) {
     std::uint64_t units[2];
     std::memcpy(units, text, sizeof units);
-    return ((units[0] | units[1]) & 0xFF80FF80FF80FF80ULL) == 0;
+    return ((units[0] | units[1]) & mask) == 0;
+}
+
+inline bool StartsWithAscii8(const unsigned short* text) {
+    return HaveNone8(text, 0xFF80FF80FF80FF80ULL);
+}
+
+// Eight units whose UTF-8 forms are of one or two bytes.
+inline bool StartsWithNarrow8(const unsigned short* text) {
+    return HaveNone8(text, 0xF800F800F800F800ULL);
 }
 
 template <std::size_t kBlock>

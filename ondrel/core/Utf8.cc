@@ -1,5 +1,7 @@
 // UTF-8 and UTF-16, each way in one pass: ASCII in blocks, everything else a character at a time,
-// checked as it is read. Well-formed sequences are those of the Unicode Standard, table 3-7.
+// checked as it is read. What makes one byte or two is encoded without a branch: letters with and
+// without accents follow each other as no processor foresees. Well-formed sequences are those of
+// the Unicode Standard, table 3-7.
 //
 // Each loop exists twice: one for outputs that hold any input of its length, which is nearly every
 // call, and one that looks before it stores.
@@ -60,6 +62,8 @@ void StorePair(char32_t point, unsigned short* out) {
 // Where a conversion stands. `Fits` looks at the output only in the loops that are bounded.
 template <bool kBounded, class From, class To>
 struct Cursor {
+    static constexpr bool kIsBounded = kBounded;
+
     const From* from;
     const From* const end;
     To* to;
@@ -179,6 +183,41 @@ unsigned char TailByte(char32_t point, int shift) {
     return static_cast<unsigned char>(0x80U | ((point >> shift) & 0x3FU));
 }
 
+// The form of a unit below 0x800: its first byte, for which a second one follows where it is not
+// ASCII. Two bytes are stored in any case. The answer is the form's length.
+std::size_t StoreNarrow(unsigned unit, unsigned char* out) {
+    const unsigned isPair = unit > 0x7F;
+    const unsigned lead = 0xC0U | (unit >> 6);
+    out[0] = static_cast<unsigned char>(unit ^ ((unit ^ lead) & (0U - isPair)));
+    out[1] = TailByte(unit, 0);
+    return 1 + isPair;
+}
+
+void StoreTriple(char32_t point, unsigned char* out) {
+    out[0] = static_cast<unsigned char>(0xE0U | (point >> 12));
+    out[1] = TailByte(point, 6);
+    out[2] = TailByte(point, 0);
+}
+
+void StoreQuadruple(char32_t point, unsigned char* out) {
+    out[0] = static_cast<unsigned char>(0xF0U | (point >> 18));
+    out[1] = TailByte(point, 12);
+    out[2] = TailByte(point, 6);
+    out[3] = TailByte(point, 0);
+}
+
+// Eight units at a time as long as all are below 0x800. False: the ninth to come begin with ASCII.
+template <class Cursor>
+bool EncodeNarrowBlocks(Cursor* at) {
+    while (at->end - at->from >= 8 && at->Fits(16) && StartsWithNarrow8(at->from)) {
+        if (StartsWithAscii8(at->from)) return false;
+        for (int i = 0; i < 8; ++i)
+            at->to += StoreNarrow(at->from[i], at->to);
+        at->from += 8;
+    }
+    return true;
+}
+
 // As DecodeCharacters, but there need not be a NUL at the end.
 template <class Cursor>
 TranscodeStop EncodeCharacters(Cursor* cursor) {
@@ -187,44 +226,30 @@ TranscodeStop EncodeCharacters(Cursor* cursor) {
         cursor->MoveTo(at);
         return stop;
     };
-    while (at.from < at.end) {
-        if (at.HasBlock(8)) {
-            if (StartsWithAscii8(at.from)) break;
-            while (at.from[0] < 0x80)
-                *at.to++ = static_cast<unsigned char>(*at.from++);
+    while (EncodeNarrowBlocks(&at) && at.from < at.end) {
+        for (; at.from < at.end && at.from[0] < 0x800; ++at.from) {
+            if (!at.Fits(at.from[0] < 0x80 ? 1 : 2)) return stopped(TranscodeStop::kFull);
+            if (Cursor::kIsBounded && at.from[0] < 0x80)
+                *at.to++ = static_cast<unsigned char>(at.from[0]);
+            else
+                at.to += StoreNarrow(at.from[0], at.to);
         }
-        while (at.from < at.end && at.from[0] < 0x80) {
-            if (!at.Fits(1)) return stopped(TranscodeStop::kFull);
-            *at.to++ = static_cast<unsigned char>(*at.from++);
-        }
-        while (at.from < at.end && at.from[0] >= 0x80) {
+        for (; at.from < at.end && at.from[0] >= 0x800; ++at.from) {
             const char32_t unit = at.from[0];
-            if (unit < 0x800) {
-                if (!at.Fits(2)) return stopped(TranscodeStop::kFull);
-                at.to[0] = static_cast<unsigned char>(0xC0U | (unit >> 6));
-                at.to[1] = TailByte(unit, 0);
-                at.to += 2;
-                at.from += 1;
-            } else if ((unit & 0xF800U) != 0xD800) {
+            if ((unit & 0xF800U) != 0xD800) {
                 if (!at.Fits(3)) return stopped(TranscodeStop::kFull);
-                at.to[0] = static_cast<unsigned char>(0xE0U | (unit >> 12));
-                at.to[1] = TailByte(unit, 6);
-                at.to[2] = TailByte(unit, 0);
+                StoreTriple(unit, at.to);
                 at.to += 3;
-                at.from += 1;
-            } else {
-                std::size_t used = 0;
-                const char32_t point =
-                    CodePointAt(at.from, static_cast<std::size_t>(at.end - at.from), &used);
-                if (used == 1) return stopped(TranscodeStop::kFault);
-                if (!at.Fits(4)) return stopped(TranscodeStop::kFull);
-                at.to[0] = static_cast<unsigned char>(0xF0U | (point >> 18));
-                at.to[1] = TailByte(point, 12);
-                at.to[2] = TailByte(point, 6);
-                at.to[3] = TailByte(point, 0);
-                at.to += 4;
-                at.from += 2;
+                continue;
             }
+            std::size_t used = 0;
+            const char32_t point =
+                CodePointAt(at.from, static_cast<std::size_t>(at.end - at.from), &used);
+            if (used == 1) return stopped(TranscodeStop::kFault);
+            if (!at.Fits(4)) return stopped(TranscodeStop::kFull);
+            StoreQuadruple(point, at.to);
+            at.to += 4;
+            ++at.from;
         }
     }
     return stopped(TranscodeStop::kEnd);
