@@ -1,5 +1,5 @@
 // The PackBits encoder. A row is cut into runs of equal bytes and the stretches between them by
-// masks that tell where neighbours are equal (equalruns.h); the codes depend on nothing but the
+// masks that tell where items start (rowitems.h); the codes depend on nothing but the
 // row, wherever the buffer happens to be full. Items that one code holds, which are nearly all of a
 // photograph's, are written without a branch that depends on the bytes: what a processor guesses
 // wrong costs more than copying too much.
@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "ondrel/preview/encoders.h"
-#include "ondrel/preview/equalruns.h"
+#include "ondrel/preview/rowitems.h"
 
 namespace Ondrel {
 namespace {
@@ -36,109 +36,41 @@ constexpr unsigned char RepeatCount(std::int64_t bytes) {
     return static_cast<unsigned char>(1 - bytes);
 }
 
-// A run, or a stretch.
-struct Item {
-    const unsigned char* bytes;
-    bool isRun;
-};
-
-// A row as a sequence of items: runs of two or more equal bytes, and the stretches between them,
-// which a literal takes in one go. A stretch is made of single bytes, and of runs of two that stand
-// behind one of its single bytes and before another: those stay literal. No stretch follows
-// another.
-class Items {
- public:
-    // Bits of 64 places of the row.
-    struct Block {
-        std::uint64_t starts;  // an item starts here, and another one ends; not at the row's start
-        std::uint64_t runs;    // a run starts here
-    };
-
-    // `repeatsLast`: copies of the last byte follow, so that it is not single.
-    Items(const unsigned char* row, int length, bool repeatsLast)
-        : row_(row), length_(length), repeatsLast_(repeatsLast), ahead_(Load(0)) {}
-
-    // The next block, from the first one on. Nothing starts behind the row.
-    Block Next() {
-        const std::uint64_t behind = equal_;
-        equal_ = ahead_;
-        const int place = place_;
-        place_ += EqualRuns::kPlaces;
-        ahead_ = Load(place_);
-        if (equal_ == behind && (equal_ == 0 || equal_ == ~std::uint64_t{0})) {
-            // Within single bytes, or within one run, which may end behind the block's last bit.
-            endsBehind_ = equal_ & (~ahead_ << 63);
-            return {0, 0};
-        }
-
-        const std::uint64_t up1 = equal_ << 1 | behind >> 63;
-        const std::uint64_t up2 = equal_ << 2 | behind >> 62;
-        const std::uint64_t down1 = equal_ >> 1 | ahead_ << 63;
-        const std::uint64_t down2 = equal_ >> 2 | ahead_ << 62;
-        const std::uint64_t first = equal_ & ~up1;
-        const std::uint64_t last = equal_ & ~down1;
-        // Two bytes, and a single one behind them.
-        const std::uint64_t pairs = first & last & ~down2 & LowBits(length_ - 2 - place);
-        const std::uint64_t rowStart = place == 0 ? 1 : 0;
-        const std::uint64_t runs = first & (~pairs | up2 | rowStart);
-        const std::uint64_t ends = last & ~(pairs & ~runs);
-        const std::uint64_t behindEnds = ends << 2 | endsBehind_ >> 62;
-        endsBehind_ = ends;
-        return {(runs | behindEnds) & ~rowStart & LowBits(length_ - place), runs};
-    }
-
-    // Before the first block.
-    bool StartsWithRun() const { return (ahead_ & 1) != 0; }
-
- private:
-    // Bit i: the byte there equals the next one.
-    std::uint64_t Load(int place) const {
-        const int left = length_ - place;
-        if (left > EqualRuns::kPlaces) return EqualRuns::Mask(row_ + place);
-        if (left < 1) return 0;
-        // The end of the row: what lies behind it may not be read.
-        unsigned char end[EqualRuns::kPlaces + 1] = {};
-        std::memcpy(end, row_ + place, static_cast<std::size_t>(left));
-        const std::uint64_t beforeLast = EqualRuns::Mask(end) & LowBits(left - 1);
-        return repeatsLast_ ? beforeLast | std::uint64_t{1} << (left - 1) : beforeLast;
-    }
-
-    static std::uint64_t LowBits(int n) {
-        if (n >= EqualRuns::kPlaces) return ~std::uint64_t{0};
-        return n < 1 ? 0 : (std::uint64_t{1} << n) - 1;
-    }
-
-    const unsigned char* row_;
-    int length_;
-    bool repeatsLast_;
-    int place_ = 0;  // of the block that comes next
-    std::uint64_t equal_ = 0;
-    std::uint64_t ahead_;
-    std::uint64_t endsBehind_ = 0;
-};
-
 // The end of a row with room behind it, so that items there can be copied as all others are.
 class RowEnd {
  public:
-    bool IsUsed() const { return isUsed_; }
-
-    // Moves what is left of the row, from the current item on; the pointers then lead here. Leaves
-    // all as it is when that is done, or the item is a long one.
-    void TakeOver(Item* item, const unsigned char** at, const unsigned char** end) {
-        if (isUsed_ || *at - item->bytes > kMostInCode) return;
-        const std::ptrdiff_t size = *end - item->bytes;
-        std::memcpy(bytes_, item->bytes, static_cast<std::size_t>(size));
-        std::memset(bytes_ + size, 0, kMostInCode);
-        *at = bytes_ + (*at - item->bytes);
-        *end = bytes_ + size;
-        item->bytes = bytes_;
-        isUsed_ = true;
+    // Moves what is left of the row, from the current item on, unless that is done; the block then
+    // counts from Bytes(). False, and all stays as it is: the item is a long one.
+    bool TakeOver(const unsigned char* row, int length, ItemStarts* block, Item* item) {
+        if (!IsUsed()) {
+            start_ = item->bytes - row;
+            if (block->place - start_ > kMostInCode) return false;
+            const std::int64_t size = length - start_;
+            std::memcpy(bytes_, item->bytes, static_cast<std::size_t>(size));
+            std::memset(bytes_ + size, 0, kMostInCode);
+            item->bytes = bytes_;
+            end_ = bytes_ + size;
+        }
+        block->place -= start_;
+        return true;
     }
+
+    bool IsUsed() const { return end_ != nullptr; }
+    const unsigned char* Bytes() const { return bytes_; }
+    const unsigned char* End() const { return end_; }
 
  private:
     unsigned char bytes_[kMostInCode + kReadAhead + kMostInCode];
-    bool isUsed_ = false;
+    const unsigned char* end_ = nullptr;
+    std::int64_t start_ = 0;
 };
+
+// The blocks that have kReadAhead bytes of the row from their places on.
+int CountFar(const ItemStarts* blocks, int count, int length) {
+    while (count > 0 && blocks[count - 1].place > length - kReadAhead)
+        --count;
+    return count;
+}
 
 }  // namespace
 
@@ -156,16 +88,20 @@ class KesPackBitsEncode::Packer {
 
     unsigned char* Cursor() const { return cursor_; }
 
-    // Adds the short items that end in a block, from the current one up to the first that is long;
-    // answers the ends that are left. The row has kReadAhead bytes from the block on. The literal
-    // of a stretch counts as closed: the item behind it is a run, which has room for its code and
-    // joins no literal.
-    std::uint64_t AddShort(const unsigned char* place, const Items::Block& block, Item* item) {
-        if (literal_ != nullptr || reversed_ || limit_ - cursor_ < kMostOfBlock)
-            return block.starts;
-        if (item->isRun && (block.starts & ~block.runs) == 0)
-            return AddShortRuns(place, block, item);
-        return AddShortItems(place, block, item);
+    // Adds the items that end in so many blocks. The row has kReadAhead bytes from the last one on.
+    void AddBlocks(const unsigned char* row, ItemStarts* blocks, int count, Item* item) {
+        Short now{item->bytes, item->isRun, cursor_};
+        for (ItemStarts* block = blocks; block < blocks + count; ++block) {
+            const unsigned char* const place = row + block->place;
+            if (MayBeShort() && limit_ - now.out >= kMostOfBlock && AddShort(place, block, &now))
+                continue;
+            *item = {now.bytes, now.isRun};
+            cursor_ = now.out;
+            AddEach(place, *block, item);
+            now = {item->bytes, item->isRun, cursor_};
+        }
+        *item = {now.bytes, now.isRun};
+        cursor_ = now.out;
     }
 
     // Adds an item, and so many copies of its last byte.
@@ -177,9 +113,9 @@ class KesPackBitsEncode::Packer {
     }
 
     // Adds the items that end in a block, of any length.
-    [[gnu::noinline]] void AddEach(const unsigned char* place, const Items::Block& block,
+    [[gnu::noinline]] void AddEach(const unsigned char* place, const ItemStarts& block,
                                    Item* item) {
-        for (std::uint64_t starts = block.starts; starts != 0; starts &= starts - 1) {
+        for (std::uint64_t starts = block.runs | block.ends; starts != 0; starts &= starts - 1) {
             const int bit = std::countr_zero(starts);
             AddItem(*item, place + bit, 0);
             *item = {place + bit, (block.runs >> bit & 1) != 0};
@@ -225,47 +161,98 @@ class KesPackBitsEncode::Packer {
     }
 
  private:
-    // A block with nothing else.
-    std::uint64_t AddShortRuns(const unsigned char* place, const Items::Block& block, Item* item) {
-        std::uint64_t starts = block.starts;
-        const unsigned char* bytes = item->bytes;
-        unsigned char* out = cursor_;
-        for (; starts != 0; starts &= starts - 1) {
-            const unsigned char* const end = place + std::countr_zero(starts);
-            if (end - bytes > kMostInCode) break;
-            out[0] = RepeatCount(end - bytes);
-            out[1] = *bytes;
-            out += 2;
-            bytes = end;
-        }
-        cursor_ = out;
-        item->bytes = bytes;
-        return starts;
+    // Takes the lowest bit that is set, and answers its place.
+    static std::int64_t TakeFirst(std::uint64_t* bits) {
+        const auto bit = static_cast<unsigned>(std::countr_zero(*bits));
+        *bits &= *bits - 1;
+        return bit;
     }
 
-    // In one go each.
-    std::uint64_t AddShortItems(const unsigned char* place, const Items::Block& block, Item* item) {
-        std::uint64_t starts = block.starts;
-        const std::uint64_t runs = block.runs;
-        const unsigned char* bytes = item->bytes;
-        unsigned char* out = cursor_;
-        // All bits set for a run: no branch depends on what it is.
-        std::int64_t run = item->isRun ? -1 : 0;
-        for (; starts != 0; starts &= starts - 1) {
-            const std::int64_t bit = std::countr_zero(starts);
-            const std::int64_t more = place + bit - bytes - 1;
-            if (more >= kMostInCode) break;
-            *out = static_cast<unsigned char>((more ^ run) - run);
-            std::memcpy(out + 1, bytes, kCopied);
-            if (more >= kCopied) [[unlikely]]
-                std::memcpy(out + 1 + kCopied, bytes + kCopied, kCopied);
-            out += 2 + (more & ~run);
-            bytes += more + 1;
-            run = -static_cast<std::int64_t>(runs >> bit & 1);
+    // A literal of up to 128 bytes, or nothing; answers where it ends. Writes on behind it.
+    static unsigned char* PutStretch(const unsigned char* bytes, std::int64_t n,
+                                     unsigned char* out) {
+        *out = static_cast<unsigned char>(n - 1);
+        std::memcpy(out + 1, bytes, kCopied);
+        if (n > kCopied) [[unlikely]]
+            std::memcpy(out + 1 + kCopied, bytes + kCopied, kCopied);
+        const std::int64_t hasCode = (n + 127) >> 7;  // 0 or 1
+        return out + n + hasCode;
+    }
+
+    // Where the adding of short items stands: the current item, and where its code goes.
+    struct Short {
+        const unsigned char* bytes;
+        bool isRun;
+        unsigned char* out;
+    };
+
+    // The literal of a short stretch counts as closed: the item behind it is a run, which has room
+    // for its code and joins no literal.
+    bool MayBeShort() const { return literal_ == nullptr && !reversed_; }
+
+    // Adds the items that end in a block. False: up to the first that is long, and they are taken
+    // out of the block.
+    static bool AddShort(const unsigned char* place, ItemStarts* block, Short* now) {
+        if (now->isRun && (block->ends & ~block->runs) == 0) return AddShortRuns(place, block, now);
+        return AddShortItems(place, block, now);
+    }
+
+    // A block with nothing else.
+    static bool AddShortRuns(const unsigned char* place, ItemStarts* block, Short* now) {
+        std::uint64_t ends = block->ends;
+        std::int64_t start = now->bytes - place;
+        unsigned char* out = now->out;
+        for (; ends != 0; ends &= ends - 1) {
+            const auto end = static_cast<unsigned>(std::countr_zero(ends));
+            if (end - start > kMostInCode) break;
+            out[0] = RepeatCount(end - start);
+            out[1] = place[start];
+            out += 2;
+            start = end;
         }
-        cursor_ = out;
-        *item = {bytes, run != 0};
-        return starts;
+        *now = {place + start, true, out};
+        return ends == 0 || TakeOut(start, block);
+    }
+
+    // Each run with the stretch before it, which may be empty, in one go: but for their ends there
+    // is no branch on what they are.
+    static bool AddShortItems(const unsigned char* place, ItemStarts* block, Short* now) {
+        std::uint64_t runs = block->runs;
+        std::uint64_t ends = block->ends;
+        std::int64_t start = now->bytes - place;
+        std::int64_t run = now->isRun ? start : TakeFirst(&runs);
+        unsigned char* out = now->out;
+        for (;;) {
+            const std::int64_t stretch = run - start;
+            if (ends == 0) {
+                // The run goes on behind the block.
+                if (stretch >= kMostInCode) break;
+                *now = {place + run, true, PutStretch(place + start, stretch, out)};
+                return true;
+            }
+            const std::int64_t end = TakeFirst(&ends);
+            if ((stretch | (end - run)) >= kMostInCode) break;
+            out = PutStretch(place + start, stretch, out);
+            out[0] = RepeatCount(end - run);
+            out[1] = place[run];
+            out += 2;
+            start = end;
+            if (runs == 0) {
+                *now = {place + start, false, out};
+                return true;
+            }
+            run = TakeFirst(&runs);
+        }
+        *now = {place + start, run == start, out};
+        return TakeOut(start, block);
+    }
+
+    // Leaves what lies behind the start of the current item.
+    static bool TakeOut(std::int64_t start, ItemStarts* block) {
+        const std::uint64_t kept = start < 0 ? ~std::uint64_t{0} : ~std::uint64_t{1} << start;
+        block->runs &= kept;
+        block->ends &= kept;
+        return false;
     }
 
     void MakeRoom(int bytes) {
@@ -371,18 +358,21 @@ KesPackBitsEncode::~KesPackBitsEncode() = default;
 void KesPackBitsEncode::Encode(const unsigned char* data, int length, int extra) {
     if (length < 1) return;
     Packer packer(this);
-    Items items(data, length, extra > 0);
-    Item item{data, items.StartsWithRun()};
+    RowItems items(data, length, extra > 0);
+    Item item = items.First();
     RowEnd rowEnd;
-    const unsigned char* at = data;
-    const unsigned char* end = data + length;
-    for (int left = length; left > 0; left -= EqualRuns::kPlaces, at += EqualRuns::kPlaces) {
-        Items::Block block = items.Next();
-        if (block.starts == 0) continue;
-        if (left < kReadAhead) rowEnd.TakeOver(&item, &at, &end);
-        if (left >= kReadAhead || rowEnd.IsUsed()) block.starts = packer.AddShort(at, block, &item);
-        if (block.starts != 0) packer.AddEach(at, block, &item);
+    ItemStarts blocks[RowItems::kMostBlocks];
+    while (const int count = items.Next(blocks)) {
+        const int far = CountFar(blocks, count, length);
+        packer.AddBlocks(data, blocks, far, &item);
+        for (ItemStarts* block = blocks + far; block < blocks + count; ++block) {
+            if (rowEnd.TakeOver(data, length, block, &item))
+                packer.AddBlocks(rowEnd.Bytes(), block, 1, &item);
+            else
+                packer.AddEach(data + block->place, *block, &item);
+        }
     }
+    const unsigned char* const end = rowEnd.IsUsed() ? rowEnd.End() : data + length;
     packer.AddItem(item, end, std::max(extra, 0));
     cursor_ = packer.Cursor();
 }
