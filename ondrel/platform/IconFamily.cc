@@ -2,7 +2,9 @@
 #include "ondrel/platform/IconFamily.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -51,34 +53,46 @@ ImageRect Centred(const Image& image, int side) {
     return {(side - width) / 2, (side - height) / 2, width, height};
 }
 
-bool HasHalfTransparent(const std::vector<unsigned char>& pixels) {
+// The picture in one size.
+struct Square {
+    std::unique_ptr<unsigned char[]> pixels;
+    int side = 0;
+
+    void Make(int newSide) {
+        side = newSide;
+        pixels = std::make_unique_for_overwrite<unsigned char[]>(Size());
+    }
+    std::size_t RowBytes() const { return static_cast<std::size_t>(side) * kPixel; }
+    std::size_t Size() const { return RowBytes() * static_cast<std::size_t>(side); }
+    Image AsImage(AlphaInfo alpha) const { return {pixels.get(), side, side, RowBytes(), alpha}; }
+};
+
+bool HasHalfTransparent(const Square& square) {
     unsigned between = 0;
-    for (std::size_t at = 0; at < pixels.size(); at += kPixel)
-        between |= (pixels[at] + 1U) & 0xFE;  // 0 for alpha 0 and 255
+    for (std::size_t at = 0; at < square.Size(); at += kPixel)
+        between |= (square.pixels[at] + 1U) & 0xFE;  // 0 for alpha 0 and 255
     return between != 0;
 }
 
 // Alpha first, colours whole again.
-void Unpremultiply(std::vector<unsigned char>& pixels) {
-    if (!HasHalfTransparent(pixels)) return;
-    for (std::size_t at = 0; at < pixels.size(); at += kPixel) {
-        const unsigned alpha = pixels[at];
+void Unpremultiply(const Square& square) {
+    if (!HasHalfTransparent(square)) return;
+    for (std::size_t at = 0; at < square.Size(); at += kPixel) {
+        const unsigned alpha = square.pixels[at];
         if (alpha == 0 || alpha == 255) continue;
         for (std::size_t i = at + 1; i < at + kPixel; ++i)
-            pixels[i] =
-                static_cast<unsigned char>(std::min(255U, (pixels[i] * 255U + alpha / 2) / alpha));
+            square.pixels[i] = static_cast<unsigned char>(
+                std::min(255U, (square.pixels[i] * 255U + alpha / 2) / alpha));
     }
 }
 
-// Draws the picture into a square; its colours stay premultiplied.
-OSErr DrawSquare(const Image& image, int side, std::vector<unsigned char>* square) {
-    const auto rowBytes = static_cast<std::size_t>(side) * kPixel;
-    square->assign(rowBytes * static_cast<std::size_t>(side), 0);
-    return DrawImage({square->data(), side, side, rowBytes}, Centred(image, side), image);
-}
-
-Image AsImage(const std::vector<unsigned char>& square, int side, AlphaInfo alpha) {
-    return {square.data(), side, side, static_cast<std::size_t>(side) * kPixel, alpha};
+// Draws the picture into a square that is transparent elsewhere; its colours stay premultiplied.
+OSErr DrawSquare(const Image& image, const Square& square) {
+    const ImageRect rect = Centred(image, square.side);
+    if (rect.width != square.side || rect.height != square.side)
+        std::memset(square.pixels.get(), 0, square.Size());
+    return PutImage({square.pixels.get(), square.side, square.side, square.RowBytes()}, rect,
+                    image);
 }
 
 // Whether a size tells more of the picture than the one before it. A PNG file costs much, so that
@@ -96,17 +110,17 @@ std::size_t CountSizes(const Image& image) {
 
 // Draws all squares, the largest first: a smaller one is drawn from it, unless it was itself made
 // larger than the picture.
-OSErr DrawSquares(const Image& image, std::vector<std::vector<unsigned char>>* squares) {
+OSErr DrawSquares(const Image& image, std::vector<Square>* squares) {
     Image source = image;
     squares->resize(CountSizes(image));
     for (std::size_t i = squares->size(); i-- > 0;) {
-        std::vector<unsigned char>& square = (*squares)[i];
-        const int side = kSizes[i].side;
-        if (const OSErr error = DrawSquare(source, side, &square); error != noErr) return error;
-        if (side <= LongerSide(image))
-            source = AsImage(square, side, AlphaInfo::kPremultipliedFirst);
+        Square& square = (*squares)[i];
+        square.Make(kSizes[i].side);
+        if (const OSErr error = DrawSquare(source, square); error != noErr) return error;
+        if (square.side <= LongerSide(image))
+            source = square.AsImage(AlphaInfo::kPremultipliedFirst);
     }
-    for (std::vector<unsigned char>& square : *squares)
+    for (const Square& square : *squares)
         Unpremultiply(square);
     return noErr;
 }
@@ -132,9 +146,9 @@ std::size_t EndOfPlain(std::string_view plane, std::size_t at) {
     return at < lastRun ? at : end;
 }
 
-std::string Plane(const std::vector<unsigned char>& pixels, std::size_t channel) {
-    std::string plane(pixels.size() / kPixel, '\0');
-    const unsigned char* from = pixels.data() + channel;
+std::string Plane(const Square& square, std::size_t channel) {
+    std::string plane(square.Size() / kPixel, '\0');
+    const unsigned char* from = square.pixels.get() + channel;
     for (char& byte : plane) {
         byte = static_cast<char>(*from);
         from += kPixel;
@@ -156,27 +170,26 @@ void End(std::size_t start, std::string& family) {
     Put32(family, start + 4, static_cast<std::uint32_t>(family.size() - start));
 }
 
-void AppendPlanes(const Size& size, const std::vector<unsigned char>& pixels, std::string& family) {
+void AppendPlanes(const Size& size, const Square& square, std::string& family) {
     std::size_t start = Begin(size.picture, family);
     family.append(size.padding, '\0');
     for (std::size_t channel = 1; channel < kPixel; ++channel)
-        AppendPackedPlane(Plane(pixels, channel), &family);
+        AppendPackedPlane(Plane(square, channel), &family);
     End(start, family);
     start = Begin(size.mask, family);
-    family.append(Plane(pixels, 0));
+    family.append(Plane(square, 0));
     End(start, family);
 }
 
-OSErr AppendPngElement(const Size& size, const std::vector<unsigned char>& pixels,
-                       std::string& family) {
+OSErr AppendPngElement(const Size& size, const Square& square, std::string& family) {
     const std::size_t start = Begin(size.picture, family);
-    const OSErr error = AppendQuickPng(AsImage(pixels, size.side, AlphaInfo::kFirst), &family);
+    const OSErr error = AppendQuickPng(square.AsImage(AlphaInfo::kFirst), &family);
     End(start, family);
     return error;
 }
 
 OSErr Compose(const Image& image, std::string& family) {
-    std::vector<std::vector<unsigned char>> squares;
+    std::vector<Square> squares;
     if (const OSErr error = DrawSquares(image, &squares); error != noErr) return error;
     const std::size_t start = Begin(MakeFourCC("icns"), family);
     for (std::size_t i = 0; i < squares.size(); ++i) {

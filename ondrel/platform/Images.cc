@@ -12,7 +12,7 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <vector>
+#include <utility>
 
 #include "ondrel/platform/Halving.h"
 
@@ -38,20 +38,31 @@ bool IsRoomFor(const void* pixels, int width, int height, std::size_t rowBytes) 
 
 // Pixels in memory of ours, or of the caller's.
 struct Pixels {
-    std::vector<std::uint32_t> own;
+    std::unique_ptr<std::uint32_t[]> own;
     const std::uint32_t* start = nullptr;
     int width = 0;
     int height = 0;
     std::size_t rowBytes = 0;
-
-    void MakeOwn(int newWidth, int newHeight) {
-        own.resize(static_cast<std::size_t>(newWidth) * static_cast<std::size_t>(newHeight));
-        start = own.data();
-        width = newWidth;
-        height = newHeight;
-        rowBytes = static_cast<std::size_t>(newWidth) * kPixel;
-    }
 };
+
+// Where pixels are put.
+struct Target {
+    std::uint32_t* start;
+    int width;
+    int height;
+    std::size_t rowBytes;
+};
+
+// Makes the pixels' own memory, whatever is in it.
+Target MakeOwn(int width, int height, Pixels* pixels) {
+    const auto count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    pixels->own = std::make_unique_for_overwrite<std::uint32_t[]>(count);
+    pixels->start = pixels->own.get();
+    pixels->width = width;
+    pixels->height = height;
+    pixels->rowBytes = static_cast<std::size_t>(width) * kPixel;
+    return {pixels->own.get(), width, height, pixels->rowBytes};
+}
 
 struct Unref {
     void operator()(pixman_image_t* image) const { pixman_image_unref(image); }
@@ -75,8 +86,7 @@ unsigned char Scaled(unsigned char colour, unsigned char alpha) {
 
 Pixels Premultiplied(const Image& image) {
     Pixels pixels;
-    pixels.MakeOwn(image.width, image.height);
-    auto* to = reinterpret_cast<unsigned char*>(pixels.own.data());
+    auto* to = reinterpret_cast<unsigned char*>(MakeOwn(image.width, image.height, &pixels).start);
     for (int y = 0; y < image.height; ++y) {
         const unsigned char* from = image.pixels + static_cast<std::size_t>(y) * image.rowBytes;
         for (int x = 0; x < image.width; ++x, from += kPixel, to += kPixel) {
@@ -121,20 +131,25 @@ pixman_fixed_t Ratio(int from, int to) {
 }
 
 // Between neighbours: right for anything from half the size on.
-Pixels Interpolated(const Pixels& from, int width, int height) {
-    Pixels to;
-    to.MakeOwn(width, height);
+void Interpolate(const Pixels& from, const Target& to) {
     const PixmanImage source = Wrap(from.start, from.width, from.height, from.rowBytes, kAnyOrder);
-    const PixmanImage target = Wrap(to.start, width, height, to.rowBytes, kAnyOrder);
+    const PixmanImage target = Wrap(to.start, to.width, to.height, to.rowBytes, kAnyOrder);
     pixman_transform_t transform;
-    pixman_transform_init_scale(&transform, Ratio(from.width, width), Ratio(from.height, height));
+    pixman_transform_init_scale(&transform, Ratio(from.width, to.width),
+                                Ratio(from.height, to.height));
     if (!pixman_image_set_transform(source.get(), &transform) ||
         !pixman_image_set_filter(source.get(), PIXMAN_FILTER_BILINEAR, nullptr, 0))
         throw std::bad_alloc();
     pixman_image_set_repeat(source.get(), PIXMAN_REPEAT_PAD);
     pixman_image_composite32(PIXMAN_OP_SRC, source.get(), nullptr, target.get(), 0, 0, 0, 0, 0, 0,
-                             width, height);
-    return to;
+                             to.width, to.height);
+}
+
+void Copy(const Pixels& from, const Target& to) {
+    const auto* row = reinterpret_cast<const unsigned char*>(from.start);
+    auto* toRow = reinterpret_cast<unsigned char*>(to.start);
+    for (int y = 0; y < to.height; ++y, row += from.rowBytes, toRow += to.rowBytes)
+        std::memcpy(toRow, row, static_cast<std::size_t>(to.width) * kPixel);
 }
 
 // The next size on the way: half as long as that is not too short, and then the size itself.
@@ -146,23 +161,37 @@ bool IsHalf(int from, int to) {
     return from == 2 * to;
 }
 
-Pixels Halved(const Pixels& from) {
-    Pixels to;
-    to.MakeOwn(from.width / 2, from.height / 2);
-    Halve(reinterpret_cast<const unsigned char*>(from.start), from.rowBytes, to.width, to.height,
-          reinterpret_cast<unsigned char*>(to.own.data()), to.rowBytes);
-    return to;
+bool IsSize(const Pixels& pixels, int width, int height) {
+    return pixels.width == width && pixels.height == height;
+}
+
+// One step, from the size before it.
+void ScaleStep(const Pixels& from, const Target& to) {
+    if (IsSize(from, to.width, to.height))
+        Copy(from, to);
+    else if (IsHalf(from.width, to.width) && IsHalf(from.height, to.height))
+        Halve(reinterpret_cast<const unsigned char*>(from.start), from.rowBytes, to.width,
+              to.height, reinterpret_cast<unsigned char*>(to.start), to.rowBytes);
+    else
+        Interpolate(from, to);
+}
+
+void ScaleInto(Pixels pixels, const Target& to) {
+    for (;;) {
+        const int width = Step(pixels.width, to.width);
+        const int height = Step(pixels.height, to.height);
+        if (width == to.width && height == to.height) return ScaleStep(pixels, to);
+        Pixels next;
+        ScaleStep(pixels, MakeOwn(width, height, &next));
+        pixels = std::move(next);
+    }
 }
 
 Pixels ScaledTo(Pixels pixels, int width, int height) {
-    while (pixels.width != width || pixels.height != height) {
-        const int nextWidth = Step(pixels.width, width);
-        const int nextHeight = Step(pixels.height, height);
-        pixels = IsHalf(pixels.width, nextWidth) && IsHalf(pixels.height, nextHeight)
-                     ? Halved(pixels)
-                     : Interpolated(pixels, nextWidth, nextHeight);
-    }
-    return pixels;
+    if (IsSize(pixels, width, height)) return pixels;
+    Pixels scaled;
+    ScaleInto(std::move(pixels), MakeOwn(width, height, &scaled));
+    return scaled;
 }
 
 // --- Drawing ------------------------------------------------------------------------------------
@@ -177,18 +206,24 @@ bool Meets(const BitmapContext& context, const ImageRect& rect) {
            rect.top > -rect.height;
 }
 
+bool IsInside(const BitmapContext& context, const ImageRect& rect) {
+    return rect.left >= 0 && rect.top >= 0 && rect.width <= context.width - rect.left &&
+           rect.height <= context.height - rect.top;
+}
+
+// The part of a context that a rectangle inside of it covers.
+unsigned char* PlaceOf(const BitmapContext& context, const ImageRect& rect) {
+    return context.pixels + static_cast<std::size_t>(rect.top) * context.rowBytes +
+           static_cast<std::size_t>(rect.left) * kPixel;
+}
+
 // Half of an opaque picture, straight into the context: a document's icon begins with it.
 bool DrawHalf(const BitmapContext& context, const ImageRect& rect, const Image& image) {
-    const bool isInside = rect.left >= 0 && rect.top >= 0 &&
-                          rect.width <= context.width - rect.left &&
-                          rect.height <= context.height - rect.top;
-    if (image.alpha != AlphaInfo::kNoneSkipFirst || !isInside || !IsHalf(image.width, rect.width) ||
-        !IsHalf(image.height, rect.height))
+    if (image.alpha != AlphaInfo::kNoneSkipFirst || !IsInside(context, rect) ||
+        !IsHalf(image.width, rect.width) || !IsHalf(image.height, rect.height))
         return false;
-    unsigned char* const to = context.pixels +
-                              static_cast<std::size_t>(rect.top) * context.rowBytes +
-                              static_cast<std::size_t>(rect.left) * kPixel;
-    HalveOpaque(image.pixels, image.rowBytes, rect.width, rect.height, to, context.rowBytes);
+    HalveOpaque(image.pixels, image.rowBytes, rect.width, rect.height, PlaceOf(context, rect),
+                context.rowBytes);
     return true;
 }
 
@@ -205,6 +240,13 @@ void Draw(const BitmapContext& context, const ImageRect& rect, const Image& imag
                              rect.height);
 }
 
+// What is opaque replaces what is there anyway; its alpha has to be filled in.
+void Put(const BitmapContext& context, const ImageRect& rect, const Image& image) {
+    if (image.alpha == AlphaInfo::kNoneSkipFirst) return Draw(context, rect, image);
+    auto* const start = reinterpret_cast<std::uint32_t*>(PlaceOf(context, rect));
+    ScaleInto(PixelsOf(image), {start, rect.width, rect.height, context.rowBytes});
+}
+
 }  // namespace
 
 bool Image::IsValid() const {
@@ -218,12 +260,19 @@ bool BitmapContext::IsValid() const {
 OSErr DrawImage(const BitmapContext& context, const ImageRect& rect, const Image& image) {
     if (!context.IsValid() || !image.IsValid() || !IsValid(rect)) return paramErr;
     if (!Meets(context, rect)) return noErr;
-    try {
+    return OrMemFull([&] {
         Draw(context, rect, image);
-    } catch (const std::bad_alloc&) {
-        return memFullErr;
-    }
-    return noErr;
+        return noErr;
+    });
+}
+
+OSErr PutImage(const BitmapContext& context, const ImageRect& rect, const Image& image) {
+    if (!context.IsValid() || !image.IsValid() || !IsValid(rect) || !IsInside(context, rect))
+        return paramErr;
+    return OrMemFull([&] {
+        Put(context, rect, image);
+        return noErr;
+    });
 }
 
 }  // namespace Ondrel

@@ -65,6 +65,11 @@ struct ImageRect {
 ONDREL_EXPORT OSErr DrawImage(const BitmapContext& context, const ImageRect& rect,
                               const Image& image);
 
+// The same for a rectangle that lies in the context, whose pixels are replaced by the picture's: as
+// DrawImage draws over pixels that are all zero, in less time. After memFullErr the rectangle may
+// hold anything. paramErr also where it does not lie in the context.
+OSErr PutImage(const BitmapContext& context, const ImageRect& rect, const Image& image);
+
 }  // namespace Ondrel
 
 #endif
