@@ -15,25 +15,28 @@ __m128i LoadPixels(const unsigned char* pixels) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels));
 }
 
-// The sums of two rows: the even and the odd pixels of four, in 16 bits a channel.
-struct Sums {
-    __m128i first;   // pixels 0 and 1
-    __m128i second;  // pixels 2 and 3
+// The even and the odd ones of eight pixels.
+struct EvenAndOdd {
+    __m128i even;
+    __m128i odd;
 };
 
-Sums SumOfRows(const unsigned char* upper, const unsigned char* lower) {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i a = LoadPixels(upper);
-    const __m128i b = LoadPixels(lower);
-    return {_mm_add_epi16(_mm_unpacklo_epi8(a, zero), _mm_unpacklo_epi8(b, zero)),
-            _mm_add_epi16(_mm_unpackhi_epi8(a, zero), _mm_unpackhi_epi8(b, zero))};
+EvenAndOdd LoadEvenAndOdd(const unsigned char* pixels) {
+    const __m128 first = _mm_castsi128_ps(LoadPixels(pixels));
+    const __m128 second = _mm_castsi128_ps(LoadPixels(pixels + 4 * kPixel));
+    return {_mm_castps_si128(_mm_shuffle_ps(first, second, _MM_SHUFFLE(2, 0, 2, 0))),
+            _mm_castps_si128(_mm_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1)))};
 }
 
-// Two pixels of the half, in 16 bits a channel.
-__m128i TwoAverages(const Sums& sums) {
-    const __m128i even = _mm_unpacklo_epi64(sums.first, sums.second);
-    const __m128i odd = _mm_unpackhi_epi64(sums.first, sums.second);
-    return _mm_srli_epi16(_mm_add_epi16(even, odd), 2);
+// Four pixels of the half. The averages of two that the processor has are rounded up: the average
+// of their averages is one too much where any of the three was.
+__m128i FourAverages(const EvenAndOdd& upper, const EvenAndOdd& lower) {
+    const __m128i a = _mm_avg_epu8(upper.even, upper.odd);
+    const __m128i b = _mm_avg_epu8(lower.even, lower.odd);
+    const __m128i odd = _mm_or_si128(
+        _mm_xor_si128(a, b),
+        _mm_or_si128(_mm_xor_si128(upper.even, upper.odd), _mm_xor_si128(lower.even, lower.odd)));
+    return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(odd, _mm_set1_epi8(1)));
 }
 
 void HalveRow(const unsigned char* upper, const unsigned char* lower, int width,
@@ -43,10 +46,9 @@ void HalveRow(const unsigned char* upper, const unsigned char* lower, int width,
     int x = 0;
     for (; x <= width - kAtOnce; x += kAtOnce) {
         const std::size_t at = 2 * kPixel * static_cast<std::size_t>(x);
-        const __m128i left = TwoAverages(SumOfRows(upper + at, lower + at));
-        const __m128i right = TwoAverages(SumOfRows(upper + at + 16, lower + at + 16));
+        const __m128i half = FourAverages(LoadEvenAndOdd(upper + at), LoadEvenAndOdd(lower + at));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to + kPixel * static_cast<std::size_t>(x)),
-                         _mm_or_si128(_mm_packus_epi16(left, right), filling));
+                         _mm_or_si128(half, filling));
     }
     HalveRowPortably(upper, lower, x, width, alpha, to);
 }

@@ -25,35 +25,43 @@ inline void SeparatePortably(const unsigned char* pixels, int x, int width, unsi
 }
 
 #ifdef __SSE2__
-// The even and the odd bytes of two registers.
-struct Halves {
-    __m128i even;
-    __m128i odd;
-};
-
-inline Halves EvenAndOdd(__m128i a, __m128i b) {
-    const __m128i low = _mm_set1_epi16(0x00FF);
-    return {_mm_packus_epi16(_mm_and_si128(a, low), _mm_and_si128(b, low)),
-            _mm_packus_epi16(_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8))};
+inline __m128i Load(const unsigned char* place) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(place));
 }
 
 inline void Store(__m128i bytes, unsigned char* place) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(place), bytes);
 }
 
+// Eight pixels as four planes of eight bytes.
+struct EightPixels {
+    __m128i unusedAndRed;
+    __m128i greenAndBlue;
+};
+
+// Each step brings pixels together that are twice as near: every fourth, every second, all.
+inline EightPixels LoadEight(const unsigned char* pixels) {
+    const __m128i a = Load(pixels);
+    const __m128i b = Load(pixels + 16);
+    const __m128i low = _mm_unpacklo_epi8(a, b);
+    const __m128i high = _mm_unpackhi_epi8(a, b);
+    const __m128i even = _mm_unpacklo_epi8(low, high);
+    const __m128i odd = _mm_unpackhi_epi8(low, high);
+    return {_mm_unpacklo_epi8(even, odd), _mm_unpackhi_epi8(even, odd)};
+}
+
 inline void Separate(const unsigned char* pixels, int width, unsigned char* planes) {
     constexpr int kAtOnce = 16;
+    unsigned char* const green = planes + width;
+    unsigned char* const blue = green + width;
     int x = 0;
     for (; x <= width - kAtOnce; x += kAtOnce) {
-        const auto* const from =
-            reinterpret_cast<const __m128i*>(pixels + kPixelBytes * static_cast<long>(x));
-        const Halves first = EvenAndOdd(_mm_loadu_si128(from), _mm_loadu_si128(from + 1));
-        const Halves second = EvenAndOdd(_mm_loadu_si128(from + 2), _mm_loadu_si128(from + 3));
-        const Halves unusedAndGreen = EvenAndOdd(first.even, second.even);
-        const Halves redAndBlue = EvenAndOdd(first.odd, second.odd);
-        Store(redAndBlue.even, planes + x);
-        Store(unusedAndGreen.odd, planes + width + x);
-        Store(redAndBlue.odd, planes + 2L * width + x);
+        const unsigned char* const from = pixels + kPixelBytes * static_cast<long>(x);
+        const EightPixels a = LoadEight(from);
+        const EightPixels b = LoadEight(from + 8 * kPixelBytes);
+        Store(_mm_unpackhi_epi64(a.unusedAndRed, b.unusedAndRed), planes + x);
+        Store(_mm_unpacklo_epi64(a.greenAndBlue, b.greenAndBlue), green + x);
+        Store(_mm_unpackhi_epi64(a.greenAndBlue, b.greenAndBlue), blue + x);
     }
     SeparatePortably(pixels, x, width, planes);
 }
