@@ -34,18 +34,30 @@ bool IsDrawnAtFrameSize(int width, int height) {
            std::int64_t{width} * height <= kMostFramePixels;
 }
 
-// Pixels in the order that images have them, in place: alpha, red, green, blue.
-void ToBytes(QuickDraw::Canvas& canvas) {
-    if constexpr (std::endian::native == std::endian::big) return;
+// The bytes of a pixel in the order that images have them: alpha, red, green, blue.
+QuickDraw::Pixel InOrder(QuickDraw::Pixel pixel) {
+    return std::endian::native == std::endian::big ? pixel : __builtin_bswap32(pixel);
+}
+
+// Pixels are opaque, or zero where nothing was drawn: then what is there stays.
+void LayOver(const QuickDraw::Pixel* pixels, int count, QuickDraw::Pixel* there) {
+    for (int x = 0; x < count; ++x)
+        there[x] = pixels[x] != 0 ? InOrder(pixels[x]) : there[x];
+}
+
+void DrawAtSize(const BitmapContext& context, const QuickDraw::Canvas& canvas) {
     for (int y = 0; y < canvas.Height(); ++y) {
-        QuickDraw::Pixel* const row = canvas.Row(y);
-        for (int x = 0; x < canvas.Width(); ++x)
-            row[x] = __builtin_bswap32(row[x]);
+        unsigned char* const row = context.pixels + static_cast<std::size_t>(y) * context.rowBytes;
+        LayOver(canvas.Row(y), canvas.Width(), reinterpret_cast<QuickDraw::Pixel*>(row));
     }
 }
 
-OSErr DrawOver(const BitmapContext& context, QuickDraw::Canvas& canvas) {
-    ToBytes(canvas);
+OSErr DrawScaled(const BitmapContext& context, QuickDraw::Canvas& canvas) {
+    for (int y = 0; y < canvas.Height(); ++y) {
+        QuickDraw::Pixel* const row = canvas.Row(y);
+        for (int x = 0; x < canvas.Width(); ++x)
+            row[x] = InOrder(row[x]);
+    }
     Image image;
     image.pixels = reinterpret_cast<const unsigned char*>(canvas.Row(0));
     image.width = canvas.Width();
@@ -53,6 +65,13 @@ OSErr DrawOver(const BitmapContext& context, QuickDraw::Canvas& canvas) {
     image.rowBytes = static_cast<std::size_t>(image.width) * sizeof(QuickDraw::Pixel);
     image.alpha = AlphaInfo::kPremultipliedFirst;
     return DrawImage(context, {0, 0, context.width, context.height}, image);
+}
+
+OSErr DrawOver(const BitmapContext& context, QuickDraw::Canvas& canvas) {
+    if (canvas.Width() != context.width || canvas.Height() != context.height)
+        return DrawScaled(context, canvas);
+    DrawAtSize(context, canvas);
+    return noErr;
 }
 
 }  // namespace

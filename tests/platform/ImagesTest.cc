@@ -197,6 +197,49 @@ TEST(Images, TheLongestPicturesAreDrawn) {
     }
 }
 
+// Every way there is from one size to another, in a context with a frame around the rectangle.
+TEST(Images, PuttingAPictureIsDrawingItOverNothing) {
+    std::mt19937 random(11);
+    for (const auto& [from, to] :
+         {std::pair(8, 8), {8, 4}, {8, 2}, {9, 4}, {9, 3}, {20, 5}, {21, 5}, {5, 12}, {1, 1}}) {
+        for (const AlphaInfo alpha : {AlphaInfo::kPremultipliedFirst, AlphaInfo::kFirst, kOpaque}) {
+            Picture picture(from, from, '\0');
+            for (std::size_t i = 0; i < picture.bytes.size(); i += 4) {
+                const unsigned most = random() % 3 == 0 ? 255 : random() % 256;
+                picture.bytes[i] = static_cast<char>(most);
+                for (std::size_t channel = 1; channel < 4; ++channel)
+                    picture.bytes[i + channel] = static_cast<char>(random() % (most + 1));
+            }
+            const ImageRect rect{1, 2, to, to};
+            Picture drawn(to + 3, to + 3, '\x55');
+            Picture put = drawn;
+            for (int y = 0; y < to; ++y)
+                drawn.bytes.replace((static_cast<std::size_t>(y) + 2) * drawn.RowBytes() + 4,
+                                    static_cast<std::size_t>(to) * 4,
+                                    static_cast<std::size_t>(to) * 4, '\0');
+            ASSERT_EQ(DrawImage(drawn.AsContext(), rect, picture.AsImage(alpha)), noErr);
+            ASSERT_EQ(PutImage(put.AsContext(), rect, picture.AsImage(alpha)), noErr);
+            ASSERT_EQ(Hex(put.bytes), Hex(drawn.bytes)) << from << " to " << to;
+        }
+    }
+}
+
+TEST(Images, APictureIsPutOnlyWhereItLiesInTheContext) {
+    const Picture picture(2, 2, '\x21');
+    Picture to(4, 4, '\x11');
+    for (const ImageRect& rect : {ImageRect{-1, 0, 2, 2},
+                                  {0, -1, 2, 2},
+                                  {3, 0, 2, 2},
+                                  {0, 3, 2, 2},
+                                  {0, 0, 5, 1},
+                                  {0, 0, 0, 1},
+                                  {2, 2, kMostImagePixels, 1}})
+        EXPECT_EQ(PutImage(to.AsContext(), rect, picture.AsImage(kOpaque)), -50);
+    EXPECT_EQ(PutImage(to.AsContext(), {0, 0, 2, 2}, Image{}), -50);
+    EXPECT_EQ(to.bytes, std::string(64, '\x11'));
+    EXPECT_EQ(PutImage(to.AsContext(), {2, 2, 2, 2}, picture.AsImage(kOpaque)), noErr);
+}
+
 TEST(Images, WhatCannotBeAPictureIsRefusedWithMinus50) {
     Picture good(4, 4, '\x21');
     const Image image = good.AsImage(kOpaque);
