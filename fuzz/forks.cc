@@ -12,6 +12,7 @@
 #include "ondrel/platform/FileManager.h"
 #include "ondrel/platform/Images.h"
 #include "ondrel/platform/ResourceManager.h"
+#include "ondrel/platform/ResourceMap.h"
 #include "ondrel/platform/Workspace.h"
 
 using namespace Ondrel;
@@ -50,16 +51,24 @@ OSErr ReadFork(const FSRef& ref, std::string* bytes) {
     return noErr;
 }
 
-// Every resource of the list can be had, but for those that the list says cannot.
-void FetchResources(short file) {
+// Every resource of the list can be had as it is in the fork, or is one that cannot.
+void FetchResources(short file, const std::string& fork) {
     std::vector<ResourceInfo> list;
-    Require(ListResources(file, &list) == noErr);
+    ResourceMap map;
+    Require(ListResources(file, &list) == noErr && map.Read(fork) == noErr);
     for (const ResourceInfo& resource : list) {
         const Handle handle = Get1Resource(resource.type, resource.id);
-        if (handle == nullptr)
+        if (handle == nullptr) {
             Require(ResError() == mapReadErr || ResError() == CantDecompress);
-        else if (GetHandleSize(handle) > 0)
-            Require((*handle)[GetHandleSize(handle) - 1] == (*handle)[GetHandleSize(handle) - 1]);
+            continue;
+        }
+        Require(Get1Resource(resource.type, resource.id) == handle);
+        std::string_view data;
+        Require(map.Data(*map.Find(resource.type, resource.id), &data) == noErr);
+        Require(data == std::string_view(*handle, GetHandleSize(handle)));
+        if (resource.id % 2 != 0) continue;  // the file frees it
+        DetachResource(handle);
+        DisposeHandle(handle);
     }
 }
 
@@ -70,7 +79,14 @@ void OpenResources(const FSRef& ref) {
         Require(file == -1 && ResError() != noErr);
         return;
     }
-    FetchResources(file);
+    std::string fork;
+    Require(ReadFork(ref, &fork) == noErr);
+    FetchResources(file, fork);
+    UseResFile(0);
+    Require(CurResFile() == 0 && Get1Resource(MakeFourCC("PICT"), 0) == nullptr);
+    UseResFile(file);
+    UseResFile(-1);
+    Require(CurResFile() == file && ResError() == resFNotFound);
     CloseResFile(file);
     Require(ResError() == noErr);
 }

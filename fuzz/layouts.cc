@@ -41,6 +41,8 @@ void Relink(const Ondrel::FileSpec& document, const Layout& layout) {
     std::vector<NewTarget> targets;
     for (std::size_t i = 0; i < old.links.size(); i += 2)
         targets.push_back({i, i % 4 == 0 ? "Fuzz:moved" : "Other volume:Folder:moved"});
+    for (const Link& link : old.links)
+        Require(StateName(link.state) != "empty" || link.place.empty());
     if (targets.empty()) return;
     const Rewritten result = RewriteLinks(old, layout, targets);
     Require(result.saved || !result.problem.empty());

@@ -193,6 +193,23 @@ void Specify(const filref& ref) {
     std::string generic;
     if (filrefToGeneric(ref, generic)) (void)GenericPathToFilref(generic, other);
     CheckReference(other);
+    std::string path;
+    std::string name;
+    spec.GetFullPath(path);
+    if (spec.GetName(name)) Require(!path.empty() && name.find(':') == std::string::npos);
+    spec.ToEnclosingFolderOfFile();
+    std::string folder;
+    if (spec.GetFullPath(folder)) Require(path.starts_with(folder));
+}
+
+// A generic text in a buffer of its own, and in the one that it stands in.
+void ToMacPath(const std::string& text) {
+    char apart[kFilrefSize + 1];
+    char same[kFilrefSize + 1] = {};
+    text.copy(same, kFilrefSize - 1);
+    const bool converted = GenericPathToMacPath(text.c_str(), apart, sizeof apart);
+    Require(GenericPathToMacPath(same, same, sizeof same) == converted);
+    Require(std::strcmp(apart, same) == 0);
 }
 
 }  // namespace
@@ -214,5 +231,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MakeUrl(ref);
     Combine(text, ref);
     Specify(ref);
+    ToMacPath(text);
     return 0;
 }

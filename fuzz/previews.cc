@@ -1,6 +1,6 @@
-// Previews read back: the first four bytes say how large the preview may be, the others are a
-// picture in the document's resource fork. The map is no larger than it may be, and each of its
-// pixels is marked as covered or not.
+// Previews read back: the first four bytes say how large the preview may be and where it is, the
+// others are a picture in the document's resource fork. The map is no larger than it may be, and
+// each of its pixels is marked as covered or not.
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -32,12 +32,19 @@ bool IsSmall(std::string_view picture) {
            (head.frame.Width() <= kMostSide && head.frame.Height() <= kMostSide);
 }
 
-void MakeDocument(const OndrelFuzz::Document& document, std::string_view picture, bool isOld) {
+// What the document has: the preview under either number, a fork that is cut, or none.
+enum class Place { kNew, kOld, kCut, kNone };
+
+void MakeDocument(const OndrelFuzz::Document& document, std::string_view picture, Place place) {
+    document.Write({});
+    document.Remove("._document");
+    if (place == Place::kNone) return;
     std::string fork;
-    Require(PutResource(MakeFourCC("PICT"), isOld ? 128 : 256, picture, &fork) == noErr);
+    const std::int16_t id = place == Place::kOld ? 128 : 256;
+    Require(PutResource(MakeFourCC("PICT"), id, picture, &fork) == noErr);
+    if (place == Place::kCut) fork.resize(fork.size() / 2);
     AppleDouble sidecar;
     Require(sidecar.SetResourceFork(fork));
-    document.Write({});
     document.Write(sidecar.Bytes(), "._document");
 }
 
@@ -65,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const double scale = kScales[data[0] % 8];
     const int maxHeight = data[1] - 1;
     const int index = data[2] % 8 == 7 ? -1 : data[2] % 8 / 6;
-    MakeDocument(OndrelFuzz::TheDocument(), picture, data[3] % 4 == 3);
+    MakeDocument(OndrelFuzz::TheDocument(), picture, static_cast<Place>(data[3] % 4));
 
     fil f;
     Require(filope(&f, nullptr, OndrelFuzz::Document::Reference()) == 0);

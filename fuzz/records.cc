@@ -66,10 +66,11 @@ void ReadText(fil* f, const Choice& choice, Read read) {
 }
 
 // A false length is believed where no failure can be raised; then only those that cost little are
-// tried.
+// tried. The move forgets a failure before, as the one behind it does.
 bool IsLongString(fil* f) {
     constexpr int kLong = 1 << 20;
     const int position = filpos(f);
+    (void)filpos(f, position);
     const int length = filrea32(f);
     (void)filpos(f, position);
     return length > kLong;
@@ -148,10 +149,18 @@ void ReadOne(fil* f, const Choice& choice, Kept* kept) {
     }
 }
 
+// Reads up to there in steps that go through the buffers.
+void PassFront(fil* f, int start) {
+    constexpr int kStep = 1024;
+    unsigned char passed[kStep];
+    for (int at = 0; at < start; at += kStep)
+        Require(filrea(f, passed, std::min(start - at, kStep)) == 0);
+}
+
 void ReadAll(const std::uint8_t* choices, int start, Kept* kept) {
     fil f;
     Require(filope(&f, nullptr, Document::Reference()) == 0);
-    Require(filpos(&f, start) == 0);
+    PassFront(&f, start);
     for (int i = 0; i < kMostReads && !fileof(&f); ++i)
         ReadOne(&f, Choice(choices[static_cast<std::size_t>(i) % kChoices]), kept);
     Require(filpos(&f, 0) == 0);
@@ -161,6 +170,7 @@ void ReadAll(const std::uint8_t* choices, int start, Kept* kept) {
 // --- Writing what was read ----------------------------------------------------------------------
 
 constexpr int kSmallBlock = 65535;
+constexpr std::size_t kLongestFormatted = 1023;
 
 bool HasText(const filref& ref) {
     return ref.path != nullptr && ref.path[0] != 0;
@@ -184,6 +194,7 @@ bool WriteAll(const filref& to, const Kept& kept) {
         filwristring(&f, text);
         filwriUni16String(&f, UTF8ToUni16String(text));
         Require(filwristrnul(&f, text.c_str()) == 0);
+        Require(filwrifmt(&f, "%s\n", text.c_str()) == 0);
     }
     for (const filref& ref : kept.references)
         WriteReference(&f, to, ref);
@@ -206,6 +217,10 @@ void CheckStrings(fil* f, const Kept& kept) {
         std::string buffer(length + 1, 'x');
         Require(filreastrnul(f, buffer.data(), static_cast<int>(buffer.size())) == 0);
         Require(buffer.substr(0, length) == text.c_str());
+        buffer.assign(std::min(length + 1, kLongestFormatted), 'x');
+        auto* const formatted = reinterpret_cast<unsigned char*>(buffer.data());
+        Require(filrea(f, formatted, static_cast<int>(buffer.size())) == 0);
+        Require(buffer == (text.c_str() + std::string("\n")).substr(0, kLongestFormatted));
     }
 }
 

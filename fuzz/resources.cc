@@ -70,6 +70,9 @@ void Put(std::string fork, const std::vector<Kept>& kept, FourCC type, std::int1
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string fork(reinterpret_cast<const char*>(data), size);
     CheckList(fork);
+    std::string composed = EmptyFork();
+    Require(PutResource(MakeFourCC("PICT"), 256, fork, &composed) == noErr);
+    Require(Readable(composed).at(0).data == fork);
     const std::vector<Kept> kept = Readable(fork);
     Put(fork, kept, MakeFourCC("icns"), -16455);
     if (kept.empty()) return 0;
