@@ -43,7 +43,7 @@ class RowItems {
     int Next(ItemStarts blocks[kMostBlocks]) {
         RowItems items = *this;  // values of its own, which no block stored could change
         int count = 0;
-        while (count < kMostBlocks && items.place_ < length_ - 2 * kPlaces - 2)
+        while (count < kMostBlocks && items.place_ < length_ - kLookedAhead)
             count += items.FindWithin(&blocks[count]);
         while (count < kMostBlocks && items.place_ < length_)
             count += items.FindAtEnd(&blocks[count]);
@@ -53,6 +53,7 @@ class RowItems {
 
  private:
     static constexpr int kPlaces = EqualRuns::kPlaces;
+    static constexpr std::int64_t kLookedAhead = 2 * kPlaces + 2;  // bytes from a block's start on
     static constexpr std::uint64_t kAll = ~std::uint64_t{0};
 
     // One block each, where the one ahead is whole and more stands behind that, and where not.
