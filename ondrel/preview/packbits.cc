@@ -93,7 +93,7 @@ class KesPackBitsEncode::Packer {
         Short now{item->bytes, item->isRun, cursor_};
         for (ItemStarts* block = blocks; block < blocks + count; ++block) {
             const unsigned char* const place = row + block->place;
-            if (MayBeShort() && limit_ - now.out >= kMostOfBlock && AddShort(place, block, &now))
+            if (MayCopy() && limit_ - now.out >= kMostOfBlock && AddShort(place, block, &now))
                 continue;
             *item = {now.bytes, now.isRun};
             cursor_ = now.out;
@@ -126,13 +126,7 @@ class KesPackBitsEncode::Packer {
     void AddStretch(const unsigned char* bytes, int n) {
         if (foldable_) JoinOrClose(bytes, n);
         while (n > 0) {
-            int part = 2;
-            if (literal_ == nullptr && StartsWithPair(bytes, n)) {
-                WriteCode(RepeatCount(2), Stored(*bytes));
-            } else {
-                OpenLiteral();
-                part = AddToLiteral(bytes, n);
-            }
+            const int part = AddPart(bytes, n);
             bytes += part;
             n -= part;
         }
@@ -186,9 +180,9 @@ class KesPackBitsEncode::Packer {
         unsigned char* out;
     };
 
-    // The literal of a short stretch counts as closed: the item behind it is a run, which has room
-    // for its code and joins no literal.
-    bool MayBeShort() const { return literal_ == nullptr && !reversed_; }
+    // No literal is open, and bytes are stored as they are. The literal of a short stretch counts
+    // as closed: the item behind it is a run, which has room for its code and joins no literal.
+    bool MayCopy() const { return literal_ == nullptr && !reversed_; }
 
     // Adds the items that end in a block. False: up to the first that is long, and they are taken
     // out of the block.
@@ -253,6 +247,32 @@ class KesPackBitsEncode::Packer {
         block->runs &= kept;
         block->ends &= kept;
         return false;
+    }
+
+    // Literals of the longest size, as long as none is to begin or to end within two equal bytes;
+    // answers how many bytes that are. The last byte is left over.
+    int AddWholeLiterals(const unsigned char* bytes, int n) {
+        if (!MayCopy()) return 0;
+        int done = 0;
+        for (; n - done > kMostInCode && limit_ - cursor_ > kMostInCode; done += kMostInCode) {
+            const unsigned char* const from = bytes + done;
+            if (from[0] == from[1] || from[kMostInCode - 1] == from[kMostInCode]) break;
+            *cursor_ = LiteralCount(kMostInCode);
+            std::memcpy(cursor_ + 1, from, kMostInCode);
+            cursor_ += 1 + kMostInCode;
+        }
+        return done;
+    }
+
+    // Adds the start of a stretch; answers how much of it.
+    int AddPart(const unsigned char* bytes, int n) {
+        if (const int whole = AddWholeLiterals(bytes, n); whole > 0) return whole;
+        if (literal_ == nullptr && StartsWithPair(bytes, n)) {
+            WriteCode(RepeatCount(2), Stored(*bytes));
+            return 2;
+        }
+        OpenLiteral();
+        return AddToLiteral(bytes, n);
     }
 
     void MakeRoom(int bytes) {
