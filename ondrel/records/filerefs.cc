@@ -66,17 +66,6 @@ std::size_t CountComponents(const char* text) {
     return 1 + static_cast<std::size_t>(std::count(text, text + std::strlen(text), ':'));
 }
 
-// The bytes of the first `components` components with their ':'; a text has no ':' behind its last.
-std::size_t LengthOfComponents(const char* text, std::size_t components) {
-    const char* end = text;
-    for (; components > 0; --components) {
-        const char* const colon = std::strchr(end, ':');
-        if (colon == nullptr) return std::strlen(text);
-        end = colon + 1;
-    }
-    return static_cast<std::size_t>(end - text);
-}
-
 struct Relation {
     std::size_t shared;  // leading components that are equal and end in both texts
     std::size_t tail;    // where the component begins in which the texts part
@@ -105,13 +94,13 @@ class Builder {
     void Add(const void* bytes, std::size_t n) {
         fits_ = fits_ && n <= static_cast<std::size_t>(kLongestReference) - length_;
         if (!fits_) return;
-        std::memcpy(text_ + length_, bytes, n);
+        CopyBounded(text_ + length_, bytes, n);
         length_ += n;
     }
 
     void StoreIn(filref& ref) const {
         const std::size_t length = fits_ ? length_ : 0;
-        std::memcpy(ref.path, text_, length);
+        CopyBounded(ref.path, text_, length);
         ref.path[length] = 0;
     }
 
@@ -136,14 +125,50 @@ int ReadHead(fil* f, RelativeHead* head) {
     return 0;
 }
 
-// Adds the part of the base that is kept. The answer is the number of components of the stored text
-// that it stands for: all of them when the base is kept whole, its NUL included.
-int AddBase(const char* base, const RelativeHead& head, Builder* rebuilt) {
-    const std::size_t components = CountComponents(base);
-    const std::size_t up = static_cast<std::size_t>(head.up);
-    if (components <= up || head.shared == 0) return 0;
-    rebuilt->Add(base, LengthOfComponents(base, components - up));
-    return up == 0 ? kWholeText : head.shared;
+// What of the base begins the rebuilt text, and how many components of the stored text it stands
+// for: all of them when the base is kept whole, its NUL included.
+struct Kept {
+    std::size_t length;
+    int skip;
+};
+
+// The base loses its last `up` components; one that has no more of them counts for nothing.
+Kept KeptOf(const char* base, const RelativeHead& head) {
+    if (head.shared == 0) return {0, 0};
+    const char* end = base + std::strlen(base);
+    if (head.up == 0) return {static_cast<std::size_t>(end - base), kWholeText};
+    for (int left = head.up; left > 0;) {
+        if (end == base) return {0, 0};
+        if (*--end == ':') --left;
+    }
+    return {static_cast<std::size_t>(end - base) + 1, head.shared};
+}
+
+// Passes `skip` components of a text with a NUL behind it; of one that has fewer, all.
+const char* PassComponents(const char* text, const char* end, int skip) {
+    for (; skip > 0 && text < end; --skip) {
+        const void* const colon = std::memchr(text, ':', static_cast<std::size_t>(end - text));
+        text = colon == nullptr ? end : static_cast<const char*>(colon) + 1;
+    }
+    return text;
+}
+
+// The whole stored text lies in the stream's buffer, as nearly every one does: the reference's text
+// is made where it belongs, from the base's start, which may be its own, and the rest. False, and
+// nothing done: it does not, or what it makes would be too long.
+bool TakeStoredText(fil* f, const char* base, const RelativeHead& head, char* target) {
+    const int length = f->count < 1 ? 0 : FindNul(f->cursor, std::min(f->count, kFilrefSize));
+    if (length >= std::min(f->count, kFilrefSize)) return false;
+    const Kept kept = KeptOf(base, head);
+    const char* const text = reinterpret_cast<const char*>(f->cursor);
+    const char* const rest = PassComponents(text, text + length, kept.skip);
+    const std::size_t size = static_cast<std::size_t>(text + length - rest);
+    constexpr std::size_t kMost = kLongestReference;
+    if (kept.length > kMost || size > kMost - kept.length) return false;
+    CopyBounded(target, base, kept.length);
+    CopyBounded(target + kept.length, rest, size + 1);
+    Consume(f, length + 1);
+    return true;
 }
 
 // Reads the stored text into `stored`, and without its first `skip` components into `rebuilt`.
@@ -191,7 +216,7 @@ int filrearef(fil* f, filref& target) {
     if (const int failure = MakeStorage(f, target); failure < 0) return failure;
     unsigned char text[kFilrefSize];
     if (const int failure = filrea(f, text, size); failure < 0) return failure;
-    std::memcpy(target.path, text, static_cast<std::size_t>(size));
+    CopyBounded(target.path, text, static_cast<std::size_t>(size));
     target.path[std::min(size, kFilrefSize - 1)] = 0;
     return 0;
 }
@@ -227,10 +252,13 @@ int filrearefrel(fil* f, const filref& base, filref& target, filref* full) {
     }
     if (const int failure = MakeStorage(f, target); failure < 0) return failure;
 
+    if (full == nullptr && TakeStoredText(f, TextOf(base), head, target.path)) return 0;
     Builder rebuilt;
     Builder stored;
-    const int skip = AddBase(TextOf(base), head, &rebuilt);
-    if (const int failure = ReadStoredText(f, skip, &rebuilt, &stored); failure < 0) return failure;
+    const Kept kept = KeptOf(TextOf(base), head);
+    rebuilt.Add(TextOf(base), kept.length);
+    if (const int failure = ReadStoredText(f, kept.skip, &rebuilt, &stored); failure < 0)
+        return failure;
 
     rebuilt.StoreIn(target);
     if (full == nullptr) return rebuilt.Fits() ? 0 : -1;

@@ -33,6 +33,12 @@ inline int Refill(fil* f) {
     return 0;
 }
 
+// Copies bytes of which a bound is known, by the C library: of memcpy compilers then make a string
+// instruction, which costs more than a text is worth. Both may be the same memory.
+inline void CopyBounded(char* to, const void* from, std::size_t n) {
+    std::memmove(to, from, n);
+}
+
 // `n` is at most kLongestText. A run that fills the buffer is left to the stream.
 inline int WriteRun(fil* f, const void* bytes, std::size_t n) {
     const int length = static_cast<int>(n);

@@ -359,14 +359,20 @@ TEST(RelativeRefs, ATooLongTextIsNotRaised) {
     EXPECT_EQ(filclo(&f), 0);
 }
 
-TEST(RelativeRefs, TheBaseMayBeTheTarget) {
-    const Document document(Record(1, 1, 1, Terminated("HD:a")));
-    fil f;
-    document.Open(&f);
-    filref ref = Reference("W:x:doc");
-    EXPECT_EQ(filrearefrel(&f, ref, ref, nullptr), 0);
-    EXPECT_EQ(TextOf(ref), "W:x:a");
-    EXPECT_EQ(filclo(&f), 0);
+TEST(RelativeRefs, TheBaseMayBeTheTargetAlsoAcrossTheBuffers) {
+    const std::string record = Record(1, 1, 1, Terminated("HD:a"));
+    const int length = static_cast<int>(record.size());
+    for (int before = 0; before <= length + 1; ++before) {
+        const int skip = kFilBufferSize - before;
+        const Document document(std::string(static_cast<std::size_t>(skip), 'p') + record);
+        fil f;
+        document.Open(&f, skip);
+        filref ref = Reference("W:x:doc");
+        EXPECT_EQ(filrearefrel(&f, ref, ref, nullptr), 0);
+        EXPECT_EQ(TextOf(ref), "W:x:a") << before;
+        EXPECT_EQ(filpos(&f), skip + length);
+        EXPECT_EQ(filclo(&f), 0);
+    }
 }
 
 TEST(RelativeRefs, ATextWithoutItsNulIsTheEndOfTheFile) {
