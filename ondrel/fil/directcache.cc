@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "ondrel/fil/direct.h"
@@ -11,11 +12,16 @@
 namespace Ondrel {
 namespace {
 
-fil* sFilCache = nullptr;  // the owner
-unsigned char* sFilBuffer = nullptr;
-int sFilLength = 0;       // capacity in bytes
-int sFilCachePos = 0;     // bytes held
-int sFilCachePosAdd = 0;  // position in the fork of the first of them
+// The kernel copies from memory that begins where one of the processor's lines does by a twentieth
+// faster.
+constexpr std::size_t kLine = 64;
+
+fil* sFilCache = nullptr;             // the owner
+unsigned char* sFilMemory = nullptr;  // what was allocated
+unsigned char* sFilBuffer = nullptr;  // the line in it that the cache begins at
+int sFilLength = 0;                   // capacity in bytes
+int sFilCachePos = 0;                 // bytes held
+int sFilCachePosAdd = 0;              // position in the fork of the first of them
 
 int PositionBehind(int position, int length) {
     const std::int64_t behind = std::int64_t{position} + length;
@@ -23,7 +29,7 @@ int PositionBehind(int position, int length) {
 }
 
 // Synchronous, for the memory is used again at once.
-void FlushCache() {
+[[gnu::noinline]] void FlushCache() {
     (void)filasywri2(sFilCache, sFilCachePosAdd, sFilBuffer, sFilCachePos);
     WaitForDirect(sFilCache);
     sFilCachePosAdd = PositionBehind(sFilCachePosAdd, sFilCachePos);
@@ -43,8 +49,12 @@ bool OwnsDirectCache(const fil* f) {
 
 void filasycacbeg(fil* f, int size) {
     if (sFilBuffer != nullptr || size < 1) return;
-    sFilBuffer = new (std::nothrow) unsigned char[static_cast<std::size_t>(size)];
-    if (sFilBuffer == nullptr) return;
+    std::size_t room = static_cast<std::size_t>(size) + kLine - 1;
+    sFilMemory = new (std::nothrow) unsigned char[room];
+    if (sFilMemory == nullptr) return;
+    void* start = sFilMemory;
+    sFilBuffer =
+        static_cast<unsigned char*>(std::align(kLine, static_cast<std::size_t>(size), start, room));
     sFilLength = size;
     sFilCachePos = 0;
     sFilCachePosAdd = 0;
@@ -74,7 +84,8 @@ int filasywri(fil* f, int position, const unsigned char* data, int length) {
 void filasycacend() {
     if (sFilBuffer == nullptr) return;
     if (sFilCachePos > 0) FlushCache();
-    delete[] sFilBuffer;
+    delete[] sFilMemory;
+    sFilMemory = nullptr;
     sFilBuffer = nullptr;
     sFilCache = nullptr;
     sFilLength = 0;

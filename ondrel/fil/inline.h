@@ -76,6 +76,16 @@ inline int Write(fil* f, int value, int (*slow)(fil*, int)) {
     return result;
 }
 
+// Copies a short block: in place where its length is known, else by the C library. memcpy would not
+// get there: where compilers know no more than a bound of the length, they make it a loop or a
+// string instruction, which cost more.
+inline void Copy(unsigned char* to, const unsigned char* from, int n) {
+    if (__builtin_constant_p(n))
+        std::memcpy(to, from, static_cast<std::size_t>(n));
+    else
+        std::memmove(to, from, static_cast<std::size_t>(n));
+}
+
 }  // namespace FilInline
 
 inline int filrea8(fil* f) {
@@ -106,13 +116,12 @@ inline bool fileof(fil* f) {
     return f->count > 0 ? false : fileofsub(f);
 }
 
-// Longer ones are left to the C library's copying, which knows the processor: a length that the
-// compiler knows would make it copy them by itself.
+// Longer ones are left to the C library's copying, which knows the processor.
 inline constexpr int kFilInlineBlock = 64;
 
 inline int filrea(fil* f, unsigned char* dst, int n) {
     if (n > 0 && n <= kFilInlineBlock && n <= f->count && f->sys->mode == kFilModeRead) [[likely]] {
-        std::memcpy(dst, f->cursor, static_cast<std::size_t>(n));
+        FilInline::Copy(dst, f->cursor, n);
         f->cursor += n;
         f->count -= n;
         return 0;
@@ -122,7 +131,7 @@ inline int filrea(fil* f, unsigned char* dst, int n) {
 
 inline int filwri(fil* f, const unsigned char* src, int n) {
     if (n > 0 && n <= kFilInlineBlock && n < f->count && f->sys->mode == kFilModeWrite) [[likely]] {
-        std::memcpy(f->cursor, src, static_cast<std::size_t>(n));
+        FilInline::Copy(f->cursor, src, n);
         f->cursor += n;
         f->count -= n;
         return 0;
