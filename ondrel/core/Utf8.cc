@@ -209,8 +209,9 @@ void StoreQuadruple(char32_t point, unsigned char* out) {
 // Eight units at a time as long as all are below 0x800. False: the ninth to come begin with ASCII.
 template <class Cursor>
 bool EncodeNarrowBlocks(Cursor* at) {
-    while (at->end - at->from >= 8 && at->Fits(16) && StartsWithNarrow8(at->from)) {
+    while (at->end - at->from >= 8 && at->Fits(16)) {
         if (StartsWithAscii8(at->from)) return false;
+        if (!StartsWithNarrow8(at->from)) return true;
         for (int i = 0; i < 8; ++i)
             at->to += StoreNarrow(at->from[i], at->to);
         at->from += 8;
@@ -260,9 +261,10 @@ Transcoded Encode(const unsigned short* in, std::size_t units, unsigned char* ou
                   std::size_t room) {
     Cursor<kBounded, unsigned short, unsigned char> at(in, units, out, room);
     for (;;) {
+        if (at.HasBlock(8) && StartsWithAscii8(at.from))
+            TakeAscii<NarrowAscii16, NarrowAscii8>(&at);
         const TranscodeStop stop = EncodeCharacters(&at);
         if (stop != TranscodeStop::kEnd || at.from == at.end) return at.Stopped(stop);
-        TakeAscii<NarrowAscii16, NarrowAscii8>(&at);
     }
 }
 
