@@ -28,6 +28,9 @@
 #ifdef BENCH_HAS_GIO
 #include <gio/gio.h>
 #endif
+#ifdef BENCH_HAS_SDL2
+#include <SDL_rwops.h>
+#endif
 
 namespace Bench {
 
@@ -272,6 +275,27 @@ class GioStreams {
     GDataInputStream* in_ = nullptr;
     GDataOutputStream* out_ = nullptr;
     GFileIOStream* both_ = nullptr;
+};
+#endif
+
+#ifdef BENCH_HAS_SDL2
+class SdlStreams {
+ public:
+    void OpenToRead() { file_ = SDL_RWFromFile(path.c_str(), "rb"); }
+    void OpenToWrite() { file_ = SDL_RWFromFile(path.c_str(), "r+b"); }
+    void CloseRead() { SDL_RWclose(file_); }
+    void CloseWritten() {
+        if (SDL_RWclose(file_) != 0) std::abort();
+    }
+    std::uint32_t Get8() { return SDL_ReadU8(file_); }
+    std::uint32_t Get16() { return SDL_ReadBE16(file_); }
+    std::uint32_t Get32() { return SDL_ReadBE32(file_); }
+    void Put8(std::uint32_t value) { SDL_WriteU8(file_, static_cast<Uint8>(value)); }
+    void Put16(std::uint32_t value) { SDL_WriteBE16(file_, static_cast<Uint16>(value)); }
+    void Put32(std::uint32_t value) { SDL_WriteBE32(file_, value); }
+
+ private:
+    SDL_RWops* file_ = nullptr;
 };
 #endif
 

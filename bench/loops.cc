@@ -125,6 +125,23 @@ void Lines(int count) {
         });
 }
 
+void StringsWithNul(int count) {
+    const std::string text(40, 'x');
+    Read(
+        count, [&text](fil* f, int) { Ondrel::filwristrnul(f, text.c_str()); },
+        [](fil* f) {
+            char string[64];
+            return Ondrel::filreastrnul(f, string, sizeof string);
+        });
+}
+
+void ShortBlocks(int count) {
+    static unsigned char block[16];
+    Read(
+        count, [](fil* f, int) { Ondrel::filwri(f, block, sizeof block); },
+        [](fil* f) { return Ondrel::filrea(f, block, sizeof block); });
+}
+
 void References(int count) {
     filref base;
     filref target;
@@ -200,10 +217,12 @@ constexpr Loop kLoops[] = {
     {"write-32-bit", Write32},
     {"read-8-bit", Read8},
     {"read-32-bit", Read32},
+    {"blocks-of-16-bytes", ShortBlocks},
     {"blocks-of-1-KiB", Blocks},
     {"near-moves", NearMoves},
     {"counted-strings", CountedStrings},
     {"lines", Lines},
+    {"strings-with-NUL", StringsWithNul},
     {"references", References},
     {"pack-noise", PackNoise},
     {"pack-photograph", PackPhotograph},

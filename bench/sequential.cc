@@ -1,6 +1,6 @@
 // Sequential reads and writes of 8-, 16- and 32-bit big-endian values over a warm file of 64 MiB:
-// the library's streams beside the C library's, the C++ library's, Qt's, GIO's, and the floor under
-// all of them, a bare buffer of 16 KiB over read(2) and write(2).
+// the library's streams beside the C library's, the C++ library's, Qt's, GIO's, SDL's, and the
+// floor under all of them, a bare buffer of 16 KiB over read(2) and write(2).
 //
 // Every contender does the same work: it opens the file, moves all of it and closes it. Writes go
 // over the bytes of a file that is there. Before the first timed run of each, one untimed pass is
@@ -187,6 +187,12 @@ int main(int argc, char** argv) {
     contenders.push_back("GIO");
 #else
     skipped.push_back("GIO");
+#endif
+#ifdef BENCH_HAS_SDL2
+    Register<SdlStreams>("SDL_RWops");
+    contenders.push_back("SDL_RWops");
+#else
+    skipped.push_back("SDL2 (SDL_RWops)");
 #endif
     MakeFile();
     const int result = RunAndPrint(argc, argv, contenders, skipped);
