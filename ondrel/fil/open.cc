@@ -66,7 +66,7 @@ void TakeBack(const sysinfrec* sys) {
     });
 }
 
-// The fork of the file that stands at the path, or was just made there.
+// The fork of the file that stands at the path.
 short OpenFork(sysinfrec* sys, signed char permission) {
     FSRef ref;
     const short code = sys->getFSRef(ref);
@@ -138,7 +138,9 @@ int filsavtail(fil* f, int how, unsigned int typeId) {
         const short code = PrepareFile(sys, how, typeId);
         if (code != noErr) return FailSaving(sys, code);
     }
-    if (const short code = OpenFork(sys, fsWrPerm); code != noErr) {
+    // A link in the place of a file just made was put there by somebody else.
+    const signed char permission = how == kKeep ? fsWrPerm : fsWrPerm | fsItselfPerm;
+    if (const short code = OpenFork(sys, permission); code != noErr) {
         if (how != kKeep) TakeBack(sys);
         return FailSaving(sys, code);
     }

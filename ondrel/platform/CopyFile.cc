@@ -98,17 +98,20 @@ OSErr GiveAttributes(const std::string& from, const Descriptor& source, const De
     return CopyAttributes(source, to);
 }
 
+// Links were followed before: one that stands there now was put there by somebody else.
+constexpr int kHow = O_NONBLOCK | O_NOFOLLOW;
+
 // A file that may only be written to still tells its attributes.
 Descriptor OpenEither(const std::string& path) {
-    Descriptor file = OpenPath(path.c_str(), O_RDONLY | O_NONBLOCK);
-    if (!file.IsOpen() && errno == EACCES) file = OpenPath(path.c_str(), O_WRONLY | O_NONBLOCK);
+    Descriptor file = OpenPath(path.c_str(), O_RDONLY | kHow);
+    if (!file.IsOpen() && errno == EACCES) file = OpenPath(path.c_str(), O_WRONLY | kHow);
     return file;
 }
 
 }  // namespace
 
 OSErr CopyFile(const std::string& from, const std::string& to) {
-    const Descriptor source = OpenPath(from.c_str(), O_RDONLY | O_NONBLOCK);
+    const Descriptor source = OpenPath(from.c_str(), O_RDONLY | kHow);
     if (!source.IsOpen()) return LastHostError();
     Descriptor copy = OpenPath(to.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
     if (!copy.IsOpen()) return LastHostError();

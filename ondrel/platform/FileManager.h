@@ -60,6 +60,10 @@ inline constexpr signed char fsRdPerm = 1;    // read
 inline constexpr signed char fsWrPerm = 2;    // write
 inline constexpr signed char fsRdWrPerm = 3;  // read and write
 
+// Added to one of them, for a data fork: the item is opened itself. Where it is a link, of which
+// the caller knows that it was none, the answer is fnfErr.
+inline constexpr signed char fsItselfPerm = 64;
+
 // Position modes: where a position counts from. pleaseSpareCacheMask may be added to any of them;
 // it is a wish, granted where host and file system can (see docs/performance.md).
 inline constexpr unsigned short fsAtMark = 0;     // the fork's own position; the offset is ignored
@@ -78,7 +82,7 @@ ONDREL_EXPORT OSErr FSGetResourceForkName(HFSUniStr255* name);
 // for reading. opWrErr: opened for writing while another writer has the same fork, in this process
 // or in another that uses this library; a reader is never refused because of a writer. wPrErr: for
 // writing on a read-only volume. tmfoErr: no descriptor or number left. paramErr: no fork has this
-// name, or a permission other than 1 to 3. mapReadErr: the file beside it that should hold its
+// name, or none of the permissions above. mapReadErr: the file beside it that should hold its
 // resource fork is none that we can read.
 //
 // A resource fork is read whole when it is opened, and is there for every file: one that the file

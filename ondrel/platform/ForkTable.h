@@ -27,6 +27,7 @@ struct ForkFacts {
     ForkKind kind = ForkKind::kData;
     bool mayRead = false;
     bool mayWrite = false;
+    bool itself = false;  // links were not followed
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
 };

@@ -52,13 +52,15 @@ OSErr OpenFile(const char* path, int flags, Descriptor* file) {
     *file = OpenPath(path, flags | O_NONBLOCK | O_NOCTTY);
     if (!file->IsOpen() && errno == EWOULDBLOCK) *file = OpenPath(path, flags | O_NOCTTY);
     if (file->IsOpen()) return noErr;
-    return errno == ENXIO ? fnfErr : LastHostError();
+    const bool isLink = errno == ELOOP && (flags & O_NOFOLLOW) != 0;
+    return errno == ENXIO || isLink ? fnfErr : LastHostError();
 }
 
 // How the file of a fork is opened. That of a resource fork is only held, and locked for a writer.
 int OpenFlags(const ForkFacts& facts) {
-    if (!facts.mayWrite) return O_RDONLY;
-    return facts.mayRead && facts.kind == ForkKind::kData ? O_RDWR : O_WRONLY;
+    const int flags = facts.itself ? O_NOFOLLOW : 0;
+    if (!facts.mayWrite) return flags | O_RDONLY;
+    return flags | (facts.mayRead && facts.kind == ForkKind::kData ? O_RDWR : O_WRONLY);
 }
 
 OSErr Identify(const Descriptor& file, ForkFacts* facts) {
@@ -96,6 +98,8 @@ bool IsResourceForkName(UniCharCount length, const UniChar* name) {
 OSErr OpenFork(const std::string& path, ForkKind kind, signed char permissions, short* number) {
     ForkFacts facts;
     facts.kind = kind;
+    facts.itself = (permissions & fsItselfPerm) != 0;
+    permissions = static_cast<signed char>(permissions & ~fsItselfPerm);
     facts.mayRead = permissions != fsWrPerm;
     facts.mayWrite = permissions != fsRdPerm;
     if (kind == ForkKind::kData) return OpenWith(path, facts, number);
@@ -176,7 +180,8 @@ OSErr FSOpenFork(const FSRef* ref, UniCharCount forkNameLength, const UniChar* f
     const bool isResource = Host::IsResourceForkName(forkNameLength, forkName);
     if (ref == nullptr || forkRefNum == nullptr) return paramErr;
     if (forkNameLength != 0 && !isResource) return paramErr;
-    if (permissions < fsRdPerm || permissions > fsRdWrPerm) return paramErr;
+    const int plain = isResource ? permissions : permissions & ~fsItselfPerm;
+    if (plain < fsRdPerm || plain > fsRdWrPerm) return paramErr;
     std::string path;
     if (const OSErr code = FSRefMakePath(ref, &path); code != noErr) return code;
     return Host::OpenFork(path, isResource ? Host::ForkKind::kResource : Host::ForkKind::kData,

@@ -109,6 +109,23 @@ TEST(FileForks, ALinkOpensItsTarget) {
     EXPECT_EQ(code, noErr);
 }
 
+TEST(FileForks, ALinkItselfIsNoFile) {
+    const Scratch scratch;
+    const std::string file = scratch.Write("a", "xyz");
+    ASSERT_EQ(symlink("a", scratch.Path("link").c_str()), 0);
+    for (const signed char permission : {fsRdPerm, fsWrPerm, fsRdWrPerm}) {
+        const auto itself = static_cast<signed char>(permission | fsItselfPerm);
+        short number = 0;
+        EXPECT_EQ(OpenFork(scratch.Path("link"), itself, &number), fnfErr);
+        ASSERT_EQ(OpenFork(file, itself, &number), noErr);
+        EXPECT_EQ(FSWriteFork(number, fsFromStart, 0, 1, "X", nullptr),
+                  permission == fsRdPerm ? permErr : noErr);
+        EXPECT_EQ(FSCloseFork(number), noErr);
+    }
+    short number = 0;
+    EXPECT_EQ(OpenFork(file, fsItselfPerm, &number), paramErr);
+}
+
 TEST(FileForks, ALinkToNothingIsMinus43) {
     const Scratch scratch;
     const std::string link = scratch.Path("link");
