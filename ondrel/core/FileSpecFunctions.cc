@@ -41,7 +41,7 @@ OSErr ReplaceItem(const FileSpec& finished, const FileSpec& document) {
     return Host::ReplaceFile(source.path.c_str(), target.path.c_str());
 }
 
-OSErr CreateItem(const FileSpec& spec, const FileType* type) {
+OSErr CreateItem(const FileSpec& spec, const FileType* type, const FileSpec& like) {
     if (!spec.IsValid()) return fnfErr;
     Core::DiskItem item;
     const OSErr code = FindItem(spec, &item);
@@ -49,7 +49,11 @@ OSErr CreateItem(const FileSpec& spec, const FileType* type) {
     if (!Core::IsMissing(code)) return code;
     const FileType plain;
     const FileType& wanted = type == nullptr ? plain : *type;
-    return Host::CreateFile(item.path.c_str(), wanted.creator, wanted.type);
+    if (!like.IsValid()) return Host::CreateFile(item.path.c_str(), wanted.creator, wanted.type);
+    Core::DiskItem other;
+    const OSErr otherCode = FindItem(like, &other);
+    if (otherCode != noErr && !Core::IsMissing(otherCode)) return otherCode;
+    return Host::CreateFile(item.path.c_str(), wanted.creator, wanted.type, other.path.c_str());
 }
 
 }  // namespace
@@ -67,7 +71,12 @@ bool FileSpecFunctions::RenameFile(const FileSpec& from, const FileSpec& to, Ove
 }
 
 bool FileSpecFunctions::CreateFileWithType(const FileSpec& spec, const FileType* type) {
-    errorCode = OrMemFull([&] { return CreateItem(spec, type); });
+    return CreateFileLike(spec, type, FileSpec());
+}
+
+bool FileSpecFunctions::CreateFileLike(const FileSpec& spec, const FileType* type,
+                                       const FileSpec& like) {
+    errorCode = OrMemFull([&] { return CreateItem(spec, type, like); });
     return errorCode == noErr;
 }
 

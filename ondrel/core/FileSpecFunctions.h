@@ -35,6 +35,12 @@ class ONDREL_EXPORT FileSpecFunctions : public FileSpecFunctionsBase {
     // file. dupFNErr: an item is there already, and is left alone. The name is created precomposed.
     bool CreateFileWithType(const FileSpec& spec, const FileType* type);
 
+    // The same for a file that is to take the place of another: where `like` is a file, nobody may
+    // use the new file, from the start, who may not use that one. It has its permission, access
+    // control list, owner and group as far as the host lets us give them (where not, less is
+    // allowed than there, never more), and its owner may read and write it in any case.
+    bool CreateFileLike(const FileSpec& spec, const FileType* type, const FileSpec& like);
+
     // The end of a safe save: puts a finished file in the place of a document, and flushes both it
     // and the folder, so that whatever fails, and whenever the process is killed, the old document
     // or the new one is there, whole.

@@ -32,14 +32,16 @@ short SetPath(sysinfrec* sys, const FileSpec& spec) {
 }
 
 // Deletes and creates as `how` says; a platform error code.
-short PrepareFile(const sysinfrec* sys, int how, unsigned int typeId) {
+short PrepareFile(const sysinfrec* sys, int how, unsigned int typeId, const filref* like) {
     return OrMemFull([&] {
         FileSpec spec;
+        FileSpec other;
         sys->getFileSpec(spec);
+        if (like != nullptr) (void)like->convertToFileSpec(other);
         FileSpecFunctions functions;
         if (how != kCreate && spec.DoesExist() && !functions.DeleteFile(spec, false))
             return functions.errorCode;
-        (void)functions.CreateFileWithType(spec, GetFileTypeForIdentifier(typeId));
+        (void)functions.CreateFileLike(spec, GetFileTypeForIdentifier(typeId), other);
         return functions.errorCode;
     });
 }
@@ -133,9 +135,13 @@ int filsavmod(fil* f, errtyp* e, const filref& ref) {
 }
 
 int filsavtail(fil* f, int how, unsigned int typeId) {
+    return SaveTailLike(f, how, typeId, nullptr);
+}
+
+int SaveTailLike(fil* f, int how, unsigned int typeId, const filref* like) {
     sysinfrec* const sys = f->sys;
     if (how != kKeep) {
-        const short code = PrepareFile(sys, how, typeId);
+        const short code = PrepareFile(sys, how, typeId, like);
         if (code != noErr) return FailSaving(sys, code);
     }
     // A link in the place of a file just made was put there by somebody else.

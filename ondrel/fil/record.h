@@ -26,6 +26,10 @@ inline bool HasFailedWriting(const fil* f) {
     return f->sys != nullptr && (f->sys->mode & kFilModeWrite) != 0 && f->sys->error != noErr;
 }
 
+// filsavtail; where `like` names a file, nobody may use the file that is created who may not use
+// that one.
+int SaveTailLike(fil* f, int how, unsigned int typeId, const filref* like);
+
 // True when the stream is open in the given mode; otherwise says so through `debug`.
 bool CheckOpen(const fil* f, unsigned short mode);
 

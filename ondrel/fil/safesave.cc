@@ -94,8 +94,9 @@ int filsavtem(fil* f, errtyp* e, const filref* folder, unsigned int typeId, cons
     if (!AttachRecord(f, e)) return Fail(e, -1);
     f->sys->error = OrMemFull([&] { return PlaceRecord(f->sys, folder, name); });
     if (f->sys->error != noErr) return Fail(e, -1);
-    if (name != nullptr) return filsavtail(f, 1, typeId);
-    const int result = filsavtail(f, 0, typeId);
+    // Nobody sees a new version who may not see the document.
+    if (name != nullptr) return SaveTailLike(f, 1, typeId, folder);
+    const int result = SaveTailLike(f, 0, typeId, folder);
     // Nobody will look for a made-up name: the folder is flushed when the file gets a lasting one.
     if (result == 0) (void)FSMarkForkTemporary(f->sys->forkRef);
     return result;

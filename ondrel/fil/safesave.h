@@ -18,7 +18,9 @@ namespace Ondrel {
 // the temporary-items folder) under `name`, taken as one Mac name or relative Mac path: an existing
 // file of that name is deleted. Without a name it is made from the application's creator code and
 // the clock, as in "Mine123456 Temp", and the first that is free is taken. The file gets the codes
-// of `typeId`. Results as filsav. The stream is then written, flushed and closed as any other.
+// of `typeId`; where `folder` names a file, nobody may use the new one, from the start, who may not
+// use that one (FileSpecFunctions::CreateFileLike). Results as filsav. The stream is then written,
+// flushed and closed as any other.
 ONDREL_EXPORT int filsavtem(fil* f, errtyp* e, const filref* folder, unsigned int typeId,
                             const char* name);
 

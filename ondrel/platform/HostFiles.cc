@@ -9,6 +9,7 @@
 #include "ondrel/platform/HostCalls.h"
 #include "ondrel/platform/Sidecar.h"
 #include "ondrel/platform/SidecarAside.h"
+#include "ondrel/platform/SidecarPermission.h"
 
 namespace Ondrel::Host {
 namespace {
@@ -46,10 +47,28 @@ OSErr TakeStaleSidecar(const char* path, const std::string& sidecar, SidecarAsid
     return found == mapReadErr ? noErr : found;
 }
 
-OSErr MakeFile(const char* path) {
-    Descriptor file = OpenPath(path, O_WRONLY | O_CREAT | O_EXCL, 0666);
+// The permission of the file at `like`; none where no file is there.
+OSErr PermissionOf(const char* like, std::optional<SidecarPermission>* permission) {
+    constexpr mode_t kAllBits = 0777;
+    ItemStatus status;
+    const OSErr error = like == nullptr ? fnfErr : GetTargetStatus(like, &status);
+    if (error == fnfErr || (error == noErr && status.kind != ItemKind::kFile)) return noErr;
+    if (error != noErr) return error;
+    const OSErr taken = permission->emplace().TakeFrom(like, kAllBits);
+    (*permission)->LetOwnerWrite();
+    return taken;
+}
+
+// Who is not to use the file later does not get to open it in between.
+OSErr MakeFile(const char* path, const char* like) {
+    std::optional<SidecarPermission> permission;
+    const OSErr known = OrMemFull([&] { return PermissionOf(like, &permission); });
+    if (known != noErr) return known;
+    const mode_t mode = permission ? 0600 : 0666;
+    Descriptor file = OpenPath(path, O_WRONLY | O_CREAT | O_EXCL, mode);
     if (!file.IsOpen()) return LastHostError();
-    const OSErr error = file.Close();
+    OSErr error = permission ? permission->Apply(file) : noErr;
+    if (const OSErr closed = file.Close(); error == noErr) error = closed;
     if (error != noErr) (void)Unlink(path);
     return error;
 }
@@ -83,7 +102,7 @@ OSErr GetTargetStatus(const char* path, ItemStatus* status) {
     return GetStatus(path, 0, status);
 }
 
-OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
+OSErr CreateFile(const char* path, FourCC creator, FourCC type, const char* like) {
     SidecarAside stale;
     SidecarAside staleOfServer;
     const OSErr taken = OrMemFull([&] {
@@ -92,7 +111,7 @@ OSErr CreateFile(const char* path, FourCC creator, FourCC type) {
         return TakeStaleSidecar(path, ServerSidecarPath(path), &staleOfServer);
     });
     if (taken != noErr) return taken;
-    if (const OSErr error = MakeFile(path); error != noErr) return error;
+    if (const OSErr error = MakeFile(path, like); error != noErr) return error;
     if (creator != 0 || type != 0) {
         if (const OSErr error = StoreCodes(path, creator, type); error != noErr) {
             (void)Unlink(path);

@@ -34,7 +34,11 @@ OSErr GetTargetStatus(const char* path, ItemStatus* status);
 // both 0 are stored with it; a sidecar left behind by a file long gone does not become its own.
 // mapReadErr: codes were given, and a file that is no sidecar has the sidecar's name. bdNamErr: a
 // name, or that of the sidecar that the codes want, is too long.
-OSErr CreateFile(const char* path, FourCC creator, FourCC type);
+//
+// Where `like` is the path of a file, links followed, nobody may use the new file who may not use
+// that one: it has its permission, access control list, owner and group from the start, and less
+// where the host does not let us give all of that. Its owner may read and write it in any case.
+OSErr CreateFile(const char* path, FourCC creator, FourCC type, const char* like = nullptr);
 
 // Deletes a file or link and its sidecar. fnfErr: nothing there, or a folder, which stays. fBsyErr:
 // a fork of it is open in this process, or open for writing in another that uses this library. Once

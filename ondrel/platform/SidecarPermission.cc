@@ -37,6 +37,15 @@ OSErr SidecarPermission::TakeFrom(const char* path, mode_t bits) {
     return noErr;
 }
 
+void SidecarPermission::LetOwnerWrite() {
+    constexpr mode_t kOwner = 0600;
+    if ((mode_ & kOwner) == kOwner) return;
+    // The list says the same as the mode of the owner, and cannot be had without.
+    listIsUnknown_ = listIsUnknown_ || !list_.empty();
+    list_.clear();
+    mode_ |= kOwner;
+}
+
 OSErr SidecarPermission::Apply(const Descriptor& file) const {
     const int fd = file.Get();
     mode_t mode = listIsUnknown_ ? WithoutGroup(mode_) : mode_;

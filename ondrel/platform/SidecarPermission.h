@@ -1,4 +1,5 @@
-// Who may use a sidecar: nobody who may not use its file. Internal to platform/.
+// Who may use a new file that belongs to another, its sidecar or its next version: nobody who may
+// not use that one. Internal to platform/.
 #ifndef ONDREL_PLATFORM_SIDECARPERMISSION_H
 #define ONDREL_PLATFORM_SIDECARPERMISSION_H
 
@@ -15,6 +16,9 @@ class SidecarPermission {
     // Learns owner, these bits of the mode, and access control list of the file or folder at a
     // path. fnfErr: there is none.
     OSErr TakeFrom(const char* path, mode_t bits = 0666);
+
+    // Lets the owner read and write in any case.
+    void LetOwnerWrite();
 
     // Gives them to a new file of ours. What the host does not let us give narrows the permission:
     // it is never an error, and never lets more people in.

@@ -32,7 +32,7 @@ int WriteNewVersion(fil* f, const filref& folder, FileSpec* finished) {
 void SaveAndSwap(const FileSpec& document, FileSpec* finished, Answer* answer) {
     {
         fil f;
-        const filref folder = RefTo("x");
+        const filref folder = RefTo("doc");
         if (folder.path == nullptr) throw std::bad_alloc();
         Tell(&f, WriteNewVersion(&f, folder, finished), answer);
         CloseAndTell(&f, answer);

@@ -62,6 +62,12 @@ const Operation kOperations[] = {
      {},
      {{"a", ""}, {"._a", SidecarBytes("", 7)}},
      [](const Scratch& scratch) { return CreateFile(scratch.Path("a").c_str(), 0, 7); }},
+    {"create like another",
+     {{"a", ""}},
+     {{"a", ""}, {"b", ""}, {"._b", SidecarBytes("", 7)}},
+     [](const Scratch& scratch) {
+         return CreateFile(scratch.Path("b").c_str(), 0, 7, scratch.Path("a").c_str());
+     }},
     {"create beside a stale sidecar",
      {{"._a", kOld}},
      {{"a", ""}},

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -35,6 +36,12 @@ constexpr char kTextSidecar[] =
     "00 00 00 09 00 00 00 32 00 00 00 20 00 00 00 02 00 00 00 52 00 00 00 00 "
     "54 45 58 54 74 74 78 74 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
     "00";
+
+mode_t ModeOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+    return status.st_mode & 07777;
+}
 
 TEST(HostFiles, TheStatusTellsFileFolderLinkAndOther) {
     const Scratch scratch;
@@ -98,11 +105,87 @@ TEST(HostFiles, ANewFileIsEmptyAndHasTheUsersPermission) {
     const mode_t mask = umask(027);
     EXPECT_EQ(CreateFile(path.c_str(), 0, 0), noErr);
     umask(mask);
-    struct stat status;
-    ASSERT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, mode_t{0640});
-    EXPECT_EQ(status.st_size, 0);
+    EXPECT_EQ(ModeOf(path), mode_t{0640});
+    EXPECT_EQ(ReadAll(path), "");
     EXPECT_FALSE(Exists(scratch.Path("._new")));
+}
+
+TEST(HostFiles, ANewFileLikeAnotherHasThatOnesPermission) {
+    struct {
+        mode_t mode;
+        mode_t expected;
+    } const kCases[] = {
+        {0600, 0600},
+        {0644, 0644},
+        {0666, 0666},
+        {0604, 0604},
+        {0755, 0755},
+        {07755, 0755},
+        // its owner may read and write it in any case
+        {0444, 0644},
+        {0040, 0640},
+        {0000, 0600},
+    };
+    const mode_t mask = umask(0);
+    for (const auto& row : kCases) {
+        const Scratch scratch;
+        const std::string other = scratch.Write("other", "text");
+        ASSERT_EQ(symlink("other", scratch.Path("link").c_str()), 0);
+        ASSERT_EQ(chmod(other.c_str(), row.mode), 0);
+        for (const char* const like : {"other", "link"}) {
+            const std::string path = scratch.Path("new, like " + std::string(like));
+            EXPECT_EQ(CreateFile(path.c_str(), 0, kText, scratch.Path(like).c_str()), noErr);
+            EXPECT_EQ(ModeOf(path), row.expected) << std::oct << row.mode;
+            const mode_t sidecar = ModeOf(scratch.Path("._new, like " + std::string(like)));
+            EXPECT_EQ(sidecar, row.expected & 0666) << std::oct << row.mode;
+        }
+    }
+    umask(mask);
+}
+
+TEST(HostFiles, ANewFileLikeAnotherHasThatOnesAccessList) {
+    // Version 2: its owner, user 12345 r--, group ---, mask r--, others ---.
+    struct {
+        const char* owner;
+        mode_t expected;
+        bool hasList;
+    } const kCases[] = {
+        {"01 00 06 00 FF FF FF FF", 0640, true},
+        // The list of one that its owner may not write: the group may not do more without it.
+        {"01 00 04 00 FF FF FF FF", 0600, false},
+    };
+    for (const auto& row : kCases) {
+        const Scratch scratch;
+        const std::string other = scratch.Write("other", "text");
+        const std::string list =
+            Bytes("02 00 00 00" + std::string(row.owner) +
+                  "02 00 04 00 39 30 00 00"
+                  "04 00 00 00 FF FF FF FF 10 00 04 00 FF FF FF FF 20 00 00 00 FF FF FF FF");
+        if (setxattr(other.c_str(), "system.posix_acl_access", list.data(), list.size(), 0) != 0)
+            GTEST_SKIP() << "the file system of the scratch folder has no access lists";
+        const std::string path = scratch.Path("new");
+        ASSERT_EQ(CreateFile(path.c_str(), 0, 0, other.c_str()), noErr);
+        EXPECT_EQ(ModeOf(path), row.expected);
+        std::string found(256, '\0');
+        const ssize_t size =
+            getxattr(path.c_str(), "system.posix_acl_access", found.data(), found.size());
+        found.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+        EXPECT_EQ(Hex(found), row.hasList ? Hex(list) : "");
+    }
+}
+
+TEST(HostFiles, ANewFileLikeNoFileHasTheUsersPermission) {
+    const Scratch scratch;
+    scratch.MakeFolder("folder");
+    ASSERT_EQ(chmod(scratch.Path("folder").c_str(), 0700), 0);
+    ASSERT_EQ(symlink("nowhere", scratch.Path("dangling").c_str()), 0);
+    const mode_t mask = umask(027);
+    for (const char* const like : {"folder", "missing", "dangling"}) {
+        const std::string path = scratch.Path("new, like " + std::string(like));
+        EXPECT_EQ(CreateFile(path.c_str(), 0, 0, scratch.Path(like).c_str()), noErr);
+        EXPECT_EQ(ModeOf(path), mode_t{0640}) << like;
+    }
+    umask(mask);
 }
 
 TEST(HostFiles, ANewFileWithCodesHasASidecarOfThem) {
