@@ -97,13 +97,13 @@ OSErr DrawSquare(const Image& image, const Square& square) {
 
 // Whether a size tells more of the picture than the one before it. A PNG file costs much, so that
 // it is made only of a picture that fills it.
-bool GivesSense(const Size& size, const Size& before, const Image& image) {
-    return size.mask == 0 ? LongerSide(image) >= size.side : LongerSide(image) > before.side;
+bool GivesSense(const Size& size, const Size& before, int longerSide) {
+    return size.mask == 0 ? longerSide >= size.side : longerSide > before.side;
 }
 
-std::size_t CountSizes(const Image& image) {
+std::size_t CountSizes(int longerSide) {
     std::size_t count = 1;
-    while (count < std::size(kSizes) && GivesSense(kSizes[count], kSizes[count - 1], image))
+    while (count < std::size(kSizes) && GivesSense(kSizes[count], kSizes[count - 1], longerSide))
         ++count;
     return count;
 }
@@ -112,7 +112,7 @@ std::size_t CountSizes(const Image& image) {
 // larger than the picture.
 OSErr DrawSquares(const Image& image, std::vector<Square>* squares) {
     Image source = image;
-    squares->resize(CountSizes(image));
+    squares->resize(CountSizes(LongerSide(image)));
     for (std::size_t i = squares->size(); i-- > 0;) {
         Square& square = (*squares)[i];
         square.Make(kSizes[i].side);
@@ -220,6 +220,17 @@ void AppendPackedPlane(std::string_view plane, std::string* packed) {
         packed->append(plane.substr(at, end - at));
         at = end;
     }
+}
+
+std::size_t RoomForIconFamily(int longerSide) {
+    constexpr std::size_t kAround = 256;   // heads, and what a PNG file has before its pixels
+    constexpr std::size_t kAroundRow = 8;  // of a PNG file; planes that do not pack need less
+    std::size_t room = kAround;
+    for (std::size_t i = 0; i < CountSizes(longerSide); ++i) {
+        const auto side = static_cast<std::size_t>(kSizes[i].side);
+        room += kAround + side * (kPixel * side + kAroundRow);
+    }
+    return room;
 }
 
 OSErr ComposeIconFamily(const Image& image, std::string* family) {

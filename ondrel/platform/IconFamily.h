@@ -21,6 +21,7 @@
 #ifndef ONDREL_PLATFORM_ICONFAMILY_H
 #define ONDREL_PLATFORM_ICONFAMILY_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,9 @@ namespace Ondrel {
 // and 256 and 512 where the picture fills them; one that is not square is centred. paramErr: the
 // picture is not valid. memFullErr.
 OSErr ComposeIconFamily(const Image& image, std::string* family);
+
+// So many bytes hold the family of any picture whose longer side is that long.
+std::size_t RoomForIconFamily(int longerSide);
 
 // Appends a plane of bytes as the 'is32' element and its like have it.
 void AppendPackedPlane(std::string_view plane, std::string* packed);

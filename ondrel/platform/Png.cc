@@ -148,6 +148,7 @@ void AppendPacked(const Image& image, std::string* png) {
 
 // The most that a block holds which is stored as it is.
 constexpr std::size_t kMostInBlock = 0xFFFF;
+constexpr std::size_t kBlockHead = 5;
 
 bool FitsBlock(const Image& image) {
     constexpr std::size_t kMostBytes = std::size_t{1} << 30;  // one chunk holds all
@@ -167,15 +168,18 @@ void AppendUnpacked(const Image& image, std::string* png) {
     const std::size_t rowSize = FilteredSize(image);
     const std::size_t rowsInBlock = kMostInBlock / rowSize;
     const auto height = static_cast<std::size_t>(image.height);
+    constexpr std::size_t kMostAround = 64;  // bytes of the chunk, the stream, and the chunk behind
+    const std::size_t blocks = (height + rowsInBlock - 1) / rowsInBlock;
+    png->reserve(png->size() + height * rowSize + blocks * kBlockHead + kMostAround);
     const std::size_t start = Begin("IDAT", png);
     png->append("\x78\x01");
     std::uint32_t sum = 1;
     for (std::size_t y = 0; y < height; y += rowsInBlock) {
         const std::size_t rows = std::min(rowsInBlock, height - y);
         const std::size_t size = rows * rowSize;
-        const char head[] = {static_cast<char>(y + rows == height), static_cast<char>(size),
-                             static_cast<char>(size >> 8), static_cast<char>(~size),
-                             static_cast<char>(~size >> 8)};
+        const char head[kBlockHead] = {static_cast<char>(y + rows == height),
+                                       static_cast<char>(size), static_cast<char>(size >> 8),
+                                       static_cast<char>(~size), static_cast<char>(~size >> 8)};
         png->append(head, sizeof head);
         const std::size_t block = png->size();
         png->resize(block + size);

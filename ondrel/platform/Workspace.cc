@@ -40,6 +40,10 @@ OSErr ComposeIcon(const Image& image, std::string* icon) {
     return ComposeIconFamily(image, icon);
 }
 
+std::size_t RoomForIcon(int longerSide) {
+    return RoomForIconFamily(longerSide);
+}
+
 OSErr SetIconInFork(short forkRefNum, const std::string& icon) {
     const Host::Fork* const fork = Host::FindFork(forkRefNum);
     if (fork == nullptr) return rfNumErr;

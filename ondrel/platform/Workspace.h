@@ -2,6 +2,7 @@
 #ifndef ONDREL_PLATFORM_WORKSPACE_H
 #define ONDREL_PLATFORM_WORKSPACE_H
 
+#include <cstddef>
 #include <string>
 
 #include "ondrel/platform/Errors.h"
@@ -24,6 +25,10 @@ ONDREL_EXPORT OSErr SetIconForFile(const char* path, const Image& image);
 
 // The bytes of such an icon, for SetIconInFork. paramErr, memFullErr.
 ONDREL_EXPORT OSErr ComposeIcon(const Image& image, std::string* icon);
+
+// So many bytes hold the icon of any picture whose longer side is that long: for who wants the
+// icon's memory before the picture's.
+ONDREL_EXPORT std::size_t RoomForIcon(int longerSide);
 
 // Gives the file of a resource fork that is open for writing an icon: it goes to the disk with what
 // else was written, when the fork is closed, in that one step. rfNumErr: the fork is not open.

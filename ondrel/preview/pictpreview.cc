@@ -1,6 +1,7 @@
 // Puts a preview together: the picture, the pointer to it, the icon.
 #include "ondrel/preview/pictpreview.h"
 
+#include <algorithm>
 #include <new>
 
 #include "ondrel/platform/Types.h"
@@ -42,9 +43,14 @@ void WritePointer(ResourceFork* fork) {
     fork->CloseResource();
 }
 
-// Empty where the picture gives none.
+// Empty where the picture gives none. Its memory is taken before that of the square, which the fork
+// can have when both are done with: pages that are new to a process cost more than filling them.
 std::string IconOf(const drapix& image) {
     std::string icon;
+    (void)OrMemFull([&] {
+        icon.reserve(RoomForIcon(std::max(image.width, image.height) / 2));
+        return noErr;
+    });
     const IconSquare square = MakeIconSquare(image);
     if (square.IsThere() && ComposeIcon(square.AsImage(), &icon) != noErr) icon.clear();
     return icon;

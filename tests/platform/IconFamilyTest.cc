@@ -153,6 +153,19 @@ std::map<int, std::string> Pixels(const Elements& elements) {
             {512, PixelsOfPng(elements.at("ic09"), 512)}};
 }
 
+TEST(IconFamily, ThereIsRoomForEveryPictureOfASide) {
+    std::mt19937 random(3);
+    for (const int side : {1, 15, 16, 17, 100, 128, 129, 255, 256, 300, 511, 512, 700}) {
+        std::string noise(static_cast<std::size_t>(side * side) * 4, '\0');
+        for (char& byte : noise)
+            byte = static_cast<char>(random());
+        EXPECT_LE(Family(AsImage(noise, side, side)).size(), RoomForIconFamily(side)) << side;
+        EXPECT_LE(Family(AsImage(noise, side, (side + 1) / 2)).size(), RoomForIconFamily(side));
+        const std::string flat = Flat(side, side, "FF 11 22 33");
+        EXPECT_LE(Family(AsImage(flat, side, side)).size(), RoomForIconFamily(side)) << side;
+    }
+}
+
 TEST(IconFamily, EverySizeShowsThePicture) {
     const Elements elements = IconElements(Family(AsImage(Colourful(512), 512, 512)));
     EXPECT_EQ(Hex(elements.at("it32").substr(0, 4)), "00 00 00 00");
