@@ -60,11 +60,12 @@ int WriteStraight(fil* f, const unsigned char* src, int n) {
     return Fail(sys->errorContext, -1);
 }
 
-}  // namespace
+// Programs that were built when these were no inline functions find them here: their addresses are
+// taken, so that the library has them.
+[[gnu::used]] int (*const kRead)(fil*, unsigned char*, int) = filrea;
+[[gnu::used]] int (*const kWrite)(fil*, const unsigned char*, int) = filwri;
 
-// Programs that take their addresses, or were built when they were no inline ones, find them here.
-[[gnu::used]] int filrea(fil* f, unsigned char* dst, int n);
-[[gnu::used]] int filwri(fil* f, const unsigned char* src, int n);
+}  // namespace
 
 int filreasub(fil* f, unsigned char* dst, int n) {
     if (!CheckOpen(f, kFilModeRead) || n < 0) return -1;

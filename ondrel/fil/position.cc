@@ -117,10 +117,10 @@ bool HasPosition(const fil* f) {
     return result == noErr ? 0 : FailMove(f, result, -1);
 }
 
-}  // namespace
-
 // As in blocks.cc.
-[[gnu::used]] int filpos(fil* f, int position);
+[[gnu::used]] int (*const kMove)(fil*, int) = filpos;
+
+}  // namespace
 
 int filpos(fil* f) {
     if (!HasPosition(f)) return -1;
