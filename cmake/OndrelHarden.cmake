@@ -12,13 +12,16 @@ include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 
 add_compile_options(-fstack-protector-strong)
+# A flag of another processor is only warned of by clang, and is then an error where warnings are.
+set(CMAKE_REQUIRED_FLAGS -Werror)
 foreach(flag -fstack-clash-protection -fcf-protection=full -mbranch-protection=standard)
-  string(MAKE_C_IDENTIFIER "ONDREL_HAS${flag}" known)
+  string(MAKE_C_IDENTIFIER "ONDREL_TAKES${flag}" known)
   check_cxx_compiler_flag(${flag} ${known})
   if(${known})
     add_compile_options(${flag})
   endif()
 endforeach()
+unset(CMAKE_REQUIRED_FLAGS)
 
 # Fortified calls need an optimised build; checks inside of the standard library's containers are
 # for builds that look for defects.
