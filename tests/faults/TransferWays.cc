@@ -91,6 +91,8 @@ const std::vector<TransferWay>& TransferWays() {
 OnTransferWay::OnTransferWay(const TransferWay& way) {
     ringReads = 0;
     syscalls.ring_submit = CountedSubmit;
+    syscalls.fsync = [](int) { return 0; };
+    syscalls.fdatasync = [](int) { return 0; };
     way.install();
 }
 

@@ -13,7 +13,8 @@ struct TransferWay {
 
 const std::vector<TransferWay>& TransferWays();
 
-// Goes any way for as long as it lives; the host's calls are back when it goes.
+// Goes any way for as long as it lives; the host's calls are back when it goes. The disk is not
+// waited for: what is flushed, and when, has tests of its own.
 class OnTransferWay {
  public:
     explicit OnTransferWay(const TransferWay& way);
