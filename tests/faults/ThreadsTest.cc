@@ -3,6 +3,8 @@
 // nothing of the library is shared without a lock.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -188,6 +190,8 @@ class Worker {
 void RunEightAtOnce() {
     const Scratch scratch;
     ASSERT_TRUE(MountVolume("Test", scratch.Path().c_str()));
+    const std::string temporary = std::filesystem::temp_directory_path();
+    setenv("TMPDIR", scratch.Path().c_str(), 1);
     std::vector<Worker> workers;
     for (int i = 0; i < kThreads; ++i)
         workers.emplace_back(scratch, i);
@@ -196,6 +200,7 @@ void RunEightAtOnce() {
         threads.emplace_back([&] { worker.Run(ShortOrLong(4, 200)); });
     for (std::thread& thread : threads)
         thread.join();
+    setenv("TMPDIR", temporary.c_str(), 1);
     UnmountVolume("Test");
     for (const Worker& worker : workers)
         EXPECT_EQ(worker.Failures(), 0) << worker.FirstFailure();
