@@ -2,6 +2,7 @@
 // others are a picture in the document's resource fork. The map is no larger than it may be, and
 // each of its pixels is marked as covered or not.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -52,7 +53,7 @@ void CheckMap(const drapix& map, double scale, int maxHeight) {
     Require(scale > 0 && map.width >= 1 && map.height >= 1 && map.width <= 4000);
     Require(map.height == 1 || map.height <= std::max(1.0, maxHeight * scale + 1));
     for (int y = 0; y < map.height; ++y) {
-        const unsigned char* pixel = map.base + y * map.rowBytes;
+        const unsigned char* pixel = map.base + std::ptrdiff_t{y} * map.rowBytes;
         for (int x = 0; x < map.width; ++x, pixel += 4)
             Require(pixel[0] == 0 || (pixel[0] & pixel[1] & pixel[2] & pixel[3]) == 0xFF);
     }
