@@ -37,7 +37,7 @@ ONDREL_EXPORT int filsea(filref& ref, unsigned int typeId, bool deep);
 //    0  the whole volume was searched
 //    1  the volume is not mounted
 //   -1  the reference has no path
-//   -2  the search could not be finished, or the path of an item could not be had; what it had found
+//   -2  the search could not be finished, or could not tell where an item is; what it had found
 //       was handed out
 //   or the platform's code: the volume cannot be read
 //
