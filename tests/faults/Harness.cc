@@ -292,8 +292,7 @@ class Trial {
         Answer again;
         RunUntouched(&again);
         EXPECT_TRUE(again.succeeded) << what << ", then again: " << again.code;
-        EXPECT_TRUE(again.content == expected_.content)
-            << what << ", then again" << WasRead(again);
+        EXPECT_TRUE(again.content == expected_.content) << what << ", then again" << WasRead(again);
         const Snapshot finished = WithoutTemporaries(TakeSnapshot(scratch_.Path()));
         EXPECT_TRUE(finished == after_) << what << ", then again:" << Difference(after_, finished);
     }
