@@ -117,10 +117,11 @@ void ListVolumes(const Scratch&, Answer* answer) {
 // Without memory to tell them apart, covered pixels differ in their first byte only.
 std::string ColoursOf(const drapix& map) {
     std::string colours;
-    for (int y = 0; y < map.height; ++y) {
-        const auto* const row = reinterpret_cast<const char*>(map.base) + y * map.rowBytes;
-        for (int x = 0; x < map.width; ++x)
-            colours.append(row + 4 * x + 1, 3);
+    const auto* row = reinterpret_cast<const char*>(map.base);
+    for (int y = 0; y < map.height; ++y, row += map.rowBytes) {
+        const char* pixel = row;
+        for (int x = 0; x < map.width; ++x, pixel += 4)
+            colours.append(pixel + 1, 3);
     }
     return colours;
 }

@@ -134,8 +134,9 @@ TEST_F(LongUse, AThousandStreamsAreOpenAtOnce) {
 
 constexpr int kHuge = 2136746229;  // 1.99 GiB
 
-int ByteAt(int position) {
-    return (position * 7 + position / 251) & 255;
+unsigned ByteAt(int position) {
+    const auto at = static_cast<unsigned>(position);
+    return (at * 7 + at / 251) & 255;
 }
 
 // The ends and the middle are written, and what lies between is a hole; or, in the long form, every
