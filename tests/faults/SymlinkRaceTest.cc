@@ -49,7 +49,7 @@ class SymlinkRaces : public ::testing::Test {
 
     // A file of ours that is not to be touched, outside of the folder that others can change.
     std::string Victim() const {
-        const std::string path = other_.Write("victim", "private");
+        std::string path = other_.Write("victim", "private");
         EXPECT_EQ(chmod(path.c_str(), 0600), 0);
         return path;
     }
@@ -124,12 +124,11 @@ TEST_F(SymlinkRaces, ATemporaryFileIsNeverMadeThroughALink) {
     scratch_.Write("doc", "text");
     static std::string place;
     place = victim;
-    int made = 0;
-    static int* count;
-    count = &made;
+    static int made;
+    made = 0;
     // Wherever a file is to be made, somebody has put a link the moment before.
     syscalls.openat = [](int folder, const char* path, int flags, mode_t mode) {
-        if ((flags & O_CREAT) != 0 && symlink(place.c_str(), path) == 0) ++*count;
+        if ((flags & O_CREAT) != 0 && symlink(place.c_str(), path) == 0) ++made;
         return kHostSyscalls.openat(folder, path, flags, mode);
     };
     FileCodes codes;

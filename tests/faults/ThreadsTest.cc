@@ -193,9 +193,11 @@ void RunEightAtOnce() {
     const std::string temporary = std::filesystem::temp_directory_path();
     setenv("TMPDIR", scratch.Path().c_str(), 1);
     std::vector<Worker> workers;
+    workers.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i)
         workers.emplace_back(scratch, i);
     std::vector<std::thread> threads;
+    threads.reserve(workers.size());
     for (Worker& worker : workers)
         threads.emplace_back([&] { worker.Run(ShortOrLong(4, 200)); });
     for (std::thread& thread : threads)

@@ -25,7 +25,8 @@ std::vector<std::string> EveryFile() {
 int Count(const std::string& command, const std::string& file, const char* pattern) {
     const std::regex kPattern(pattern);
     int count = 0;
-    for (const std::string& line : LinesOf(command + " '" + file + "'"))
+    const std::string whole = command + " '" + file + "'";
+    for (const std::string& line : LinesOf(whole))
         count += std::regex_search(line, kPattern) ? 1 : 0;
     return count;
 }
